@@ -1,0 +1,269 @@
+#include "transport.h"
+
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+namespace kov_host
+{
+namespace
+{
+
+constexpr int frames_per_turn = 16;
+
+// Why nobody serves a SAP, in the terms of connect(2).
+bool absent(int code) { return code == ENOENT || code == ECONNREFUSED; }
+
+// What a kept connection says once its other end is gone.
+bool broken(int code) { return code == EPIPE || code == ECONNRESET || code == ENOTCONN; }
+
+// A read of 0 bytes is the end of a connection that was hung up, else an empty packet.
+bool hung_up(int fd)
+{
+    pollfd ask{fd, POLLIN, 0};
+    return ::poll(&ask, 1, 0) == 1 && (ask.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+int send_frame(int fd, const FrameHeader &header, std::span<const std::uint8_t> payload)
+{
+    // sendmsg takes pointers to what it only reads
+    iovec parts[2] = {{const_cast<FrameHeader *>(&header), sizeof header},
+                      {const_cast<std::uint8_t *>(payload.data()), payload.size()}};
+    msghdr message{};
+    message.msg_iov = parts;
+    message.msg_iovlen = payload.empty() ? 1 : 2;
+    return ::sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0 ? 0 : errno;
+}
+
+} // namespace
+
+Receiving::Receiving() : buffer(sizeof(FrameHeader) + KOV_HOST_MAX_MESSAGE) {}
+
+std::unique_ptr<Endpoint> Endpoint::open(const RunDir &dir, std::uint32_t sap, Loop &loop,
+                                         Receiving &receiving, std::int32_t handle, pid_t &holder)
+{
+    std::unique_ptr<Endpoint> endpoint(new Endpoint(dir, loop, receiving, handle));
+    Claim::Outcome outcome = Claim::Outcome::held_by_other;
+    if (sap != 0)
+        outcome = endpoint->claim(sap, holder);
+    for (std::uint32_t free = first_free_sap; sap == 0 && free <= last_free_sap; ++free) {
+        outcome = endpoint->claim(free, holder);
+        if (outcome != Claim::Outcome::held_by_other)
+            break;
+    }
+    if (outcome == Claim::Outcome::held_by_other && sap == 0)
+        set_error("no service access point is free: %u to %u are taken", first_free_sap, last_free_sap);
+    else if (outcome == Claim::Outcome::held_by_other)
+        set_error("service access point %u is taken by a running process (pid %d)", sap, holder);
+    if (outcome != Claim::Outcome::taken_by_us || !endpoint->listen())
+        return nullptr;
+    return endpoint;
+}
+
+Claim::Outcome Endpoint::claim(std::uint32_t sap, pid_t &holder)
+{
+    sap_ = sap;
+    return Claim::take(dir_.ipc_claim(sap), claim_, holder);
+}
+
+bool Endpoint::listen()
+{
+    listener_ = listen_at(dir_.ipc_socket(sap_));
+    if (listener_)
+        listener_watch_ = loop_.watch(listener_.get(), EPOLLIN, std::make_shared<Task>(),
+                                      [this](std::uint32_t) { accept_all(); });
+    if (listener_watch_ != 0)
+        return true;
+    set_error("cannot listen at %s: %s", dir_.ipc_socket(sap_).c_str(), std::strerror(errno));
+    return false;
+}
+
+Endpoint::~Endpoint()
+{
+    loop_.unwatch(listener_watch_);
+    for (const auto &[key, peer] : inbound_) {
+        loop_.unwatch(peer->watch);
+        peer->fd.reset(); // a callback may still hold the connection
+    }
+    for (const auto &[sap, peer] : outbound_)
+        loop_.unwatch(peer.watch);
+    if (listener_)
+        remove_owned(dir_.ipc_socket(sap_));
+}
+
+void Endpoint::accept_all()
+{
+    while (inbound_.size() < max_connections && accept_one()) {
+    }
+    // Whoever is not accepted waits in the backlog with what it sent; nothing is turned away.
+    if (inbound_.size() >= max_connections)
+        loop_.set_enabled(listener_watch_, false);
+}
+
+bool Endpoint::accept_one()
+{
+    auto peer = std::make_shared<Inbound>();
+    peer->fd = Fd(::accept4(listener_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (!peer->fd) {
+        if (out_of_descriptors(errno))
+            loop_.rest(listener_watch_); // the connection keeps waiting
+        return errno == EINTR || errno == ECONNABORTED;
+    }
+    ucred credentials{};
+    socklen_t size = sizeof credentials;
+    if (::getsockopt(peer->fd.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0) {
+        peer->pid = credentials.pid;
+        peer->uid = credentials.uid;
+        peer->gid = credentials.gid;
+    }
+    peer->watch = loop_.watch(peer->fd.get(), EPOLLIN, receiving_.task,
+                              [this, peer](std::uint32_t) { read_from(peer); });
+    if (peer->watch == 0)
+        return false;
+    loop_.set_enabled(peer->watch, static_cast<bool>(receiving_.fn));
+    inbound_.emplace(peer.get(), peer);
+    return true;
+}
+
+void Endpoint::update_reading()
+{
+    for (const auto &[key, peer] : inbound_)
+        loop_.set_enabled(peer->watch, static_cast<bool>(receiving_.fn));
+}
+
+void Endpoint::drop_inbound(const std::shared_ptr<Inbound> &peer)
+{
+    loop_.unwatch(peer->watch);
+    peer->fd.reset();
+    inbound_.erase(peer.get());
+    loop_.set_enabled(listener_watch_, true);
+}
+
+// The receiver may close this endpoint: after a delivery only `peer` is looked at, whose descriptor is then
+// closed.
+void Endpoint::read_from(const std::shared_ptr<Inbound> &peer)
+{
+    for (int i = 0; i < frames_per_turn && peer->fd; ++i)
+        if (!read_frame(peer))
+            return;
+}
+
+bool Endpoint::read_frame(const std::shared_ptr<Inbound> &peer)
+{
+    if (!receiving_.fn)
+        return false;
+    std::vector<std::uint8_t> &buffer = receiving_.buffer;
+    const ssize_t size = ::recv(peer->fd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT | MSG_TRUNC);
+    if (size < 0 && (errno == EAGAIN || errno == EINTR))
+        return false;
+    if (size < 0 || (size == 0 && hung_up(peer->fd.get()))) {
+        drop_inbound(peer);
+        return false;
+    }
+    take_frame(*peer, static_cast<std::size_t>(size));
+    return true;
+}
+
+void Endpoint::take_frame(const Inbound &peer, std::size_t size)
+{
+    const std::vector<std::uint8_t> &buffer = receiving_.buffer;
+    FrameHeader header{};
+    if (size < sizeof header || size > buffer.size()) {
+        ++counters().ipc_frames_refused;
+        return;
+    }
+    std::memcpy(&header, buffer.data(), sizeof header);
+    if (header.length != size - sizeof header) {
+        ++counters().ipc_frames_refused;
+        return;
+    }
+    const void *payload = header.length == 0 ? nullptr : buffer.data() + sizeof header;
+    const ipc_message message{header.opcode, header.length, payload,  header.source_sap,
+                              peer.pid,      peer.uid,      peer.gid, handle_};
+    ++counters().ipc_receives;
+    const ReceiveFn receive = receiving_.fn; // the receiver may replace itself
+    receive(message);
+}
+
+int Endpoint::outbound_to(std::uint32_t sap, int &fd)
+{
+    const auto at = outbound_.find(sap);
+    if (at != outbound_.end()) {
+        fd = at->second.fd.get();
+        return 0;
+    }
+    Outbound peer;
+    peer.fd = connect_to(dir_.ipc_socket(sap));
+    if (!peer.fd)
+        return absent(errno) ? ECONNREFUSED : errno;
+    fd = peer.fd.get();
+    // nothing is ever read here; the watch is for the hang-up of a peer that went away
+    peer.watch = loop_.watch(fd, 0, nullptr, [this, sap](std::uint32_t) { drop_outbound(sap); });
+    outbound_.emplace(sap, std::move(peer));
+    return 0;
+}
+
+void Endpoint::drop_outbound(std::uint32_t sap)
+{
+    const auto at = outbound_.find(sap);
+    if (at == outbound_.end())
+        return;
+    loop_.unwatch(at->second.watch);
+    outbound_.erase(at);
+}
+
+// A kept connection may be to a process that is gone. Then nothing was sent, and the SAP gets one more try
+// with a fresh connection: its next owner may be there already.
+int Endpoint::send(std::uint32_t sap, std::uint32_t opcode, std::span<const std::uint8_t> payload)
+{
+    const FrameHeader header{opcode, sap_, static_cast<std::uint32_t>(payload.size())};
+    int code = ECONNREFUSED;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        int fd = -1;
+        code = outbound_to(sap, fd);
+        if (code != 0)
+            return code;
+        code = send_frame(fd, header, payload);
+        if (code == EWOULDBLOCK || code == ENOBUFS)
+            return EAGAIN;
+        if (!broken(code))
+            return code;
+        drop_outbound(sap);
+    }
+    return ECONNREFUSED;
+}
+
+std::uint32_t Endpoint::option(std::uint32_t opcode) const
+{
+    const auto at = options_.find(opcode);
+    return at == options_.end() ? 0 : at->second;
+}
+
+std::int32_t Transport::open(std::uint32_t sap, pid_t &holder)
+{
+    const std::int32_t handle = last_handle_ + 1;
+    auto endpoint = Endpoint::open(dir_, sap, loop_, receiving_, handle, holder);
+    if (endpoint == nullptr)
+        return -1;
+    last_handle_ = handle;
+    endpoints_.emplace(handle, std::move(endpoint));
+    return handle;
+}
+
+Endpoint *Transport::find(std::int32_t handle)
+{
+    const auto at = endpoints_.find(handle);
+    return at == endpoints_.end() ? nullptr : at->second.get();
+}
+
+void Transport::set_receiver(ReceiveFn fn)
+{
+    receiving_.fn = std::move(fn);
+    for (const auto &[handle, endpoint] : endpoints_)
+        endpoint->update_reading();
+}
+
+} // namespace kov_host

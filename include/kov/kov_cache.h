@@ -1,0 +1,38 @@
+/*
+ * Control of the local cache. A client that registers needs none of these calls: the server's acknowledgement
+ * switches caching on, its update messages keep it current, and deregistering switches it off.
+ *
+ * The fill and clear calls take `all` non-zero for every record of the type (`key` is ignored), or 0 with a
+ * pointer to the key of one record. A fill reads the database; a record that is gone there leaves the cache.
+ */
+#ifndef KOV_CACHE_H
+#define KOV_CACHE_H
+
+#include <kov/kov_base.h>
+
+KOV_BEGIN_DECLS
+
+/* Fills the cache of every record type that the client registered for. 1 when done or already on, 0 when the
+ * client is not registered. */
+KOV_EXPORT int32_t kov_api_enable_cache(void);
+
+/* Empties every cache. Always 1. */
+KOV_EXPORT uint32_t kov_api_disable_cache(void);
+
+/* General information; `all` and `key` are ignored. 1 on success, 0 when not initialised or out of memory. */
+KOV_EXPORT uint32_t kov_cache_rdb_geninfo(int32_t all, const void *key);
+KOV_EXPORT uint32_t kov_clear_cache_rdb_geninfo(int32_t all, const void *key);
+
+/* SVIs; the key is a uint32_t interface index, at any alignment. 1 on success, 0 when not initialised. */
+KOV_EXPORT uint32_t kov_cache_rdb_sviinfo(int32_t all, const void *key);
+KOV_EXPORT uint32_t kov_clear_cache_rdb_sviinfo(int32_t all, const void *key);
+
+/* Ports of the slots; the key is a uint8_t slot, counted from 1. 1 on success, 0 when not initialised. */
+KOV_EXPORT uint32_t kov_cache_rdb_port_tracking(int32_t all, const void *key);
+KOV_EXPORT uint32_t kov_clear_cache_rdb_port_tracking(int32_t all, const void *key);
+KOV_EXPORT uint32_t kov_cache_rdb_port_l2dci(int32_t all, const void *key);
+KOV_EXPORT uint32_t kov_clear_cache_rdb_port_l2dci(int32_t all, const void *key);
+
+KOV_END_DECLS
+
+#endif

@@ -1,0 +1,44 @@
+/*
+ * The commands that a client process serves on its command line, ready to be added with one call, and the
+ * text of a message. kov-agent uses both; kovctl runs the same commands in itself when no client is named.
+ *
+ *   get QUERY [ARGUMENT]   asks the library in this process; the answer says whether it came from the cache
+ *                          or from the database, by what the host's read counters did meanwhile
+ *   status                 registration, messages and reads, one "name: value" each line
+ *   debug on | debug off   the library's traces on the terminal that asks
+ *
+ * Status of a command: 0 done, 1 refused, 2 used wrongly. Nothing here throws. The texts belong to this
+ * module; a message's text holds until the next call.
+ */
+#ifndef KOV_LAB_CLIENT_COMMANDS_H
+#define KOV_LAB_CLIENT_COMMANDS_H
+
+#include <kov/kov_messages.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Adds the commands to this process. `handled` counts the messages that the client took, for "status"; it may
+ * be null, else it must outlive the attachment. Returns 0, or -1 with kov_host_error. */
+int kov_lab_add_client_commands(const uint64_t *handled);
+
+/* What "get" runs, for a process that has no command line: `argv` is the query and its arguments. Returns the
+ * command's status; `*text` is its output, which holds until the next call. */
+int kov_lab_get(int argc, const char *const *argv, const char **text);
+
+/* A message as one line: "type 9, SVI forwarding mode: vlan10". It is one that kov_dispatch handed out. */
+const char *kov_lab_message_text(const kov_client_msg *msg);
+
+/* The queries of "get", a line each, for a help text. */
+const char *kov_lab_query_help(void);
+
+/* A list of message types, "4-20" or "9,18", as kov_register_client takes it: 21 entries. Returns 0, or -1
+ * for a text that is no such list. */
+int kov_lab_parse_types(const char *text, uint32_t *types);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,158 @@
+// kovctl: the operator's command line. Asks the library, changes what the server publishes, looks into
+// clients, waits and watches.
+#include "client_commands.h"
+#include "session.h"
+#include "watch.h"
+
+#include <kov/kov_api.h>
+#include <kov_host.h>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <vector>
+
+std::uint32_t kov_api_wait_for_init = 0;
+
+namespace
+{
+
+using namespace kov_lab;
+
+struct Options {
+    std::string dir;
+    std::string client;
+    std::vector<std::string> words;
+    std::string types = "4-20";
+    unsigned count = 0;
+    unsigned timeout_s = 10;
+    int alive = 0;
+};
+
+struct CommandHelp {
+    const char *name;
+    const char *words;
+    const char *help;
+};
+
+// What runs elsewhere as it stands, in the server or in the client NAME. These rows are for the help text:
+// every other command goes the same way, and the other end says when it knows none.
+// clang-format off
+constexpr CommandHelp remote_commands[] = {
+    {"set",    "geninfo|svi NAME FIELD=VALUE...", "change what the server publishes; as=TYPE picks the message"},
+    {"del",    "geninfo|svi NAME",                "remove a record"},
+    {"show",   "geninfo|svi NAME",                "the fields of a record; of a client: what it offers"},
+    {"list",   "svis|clients",                    "what is published, who is registered"},
+    {"status", "",                                "of the server, or of the client"},
+    {"inject", "CLIENT|SAP HEX [OPCODE]",         "have the server send raw bytes"},
+};
+// clang-format on
+
+CLI::App *add_command(CLI::App &app, Options &options, const char *name, const char *words, const char *help)
+{
+    CLI::App *command = app.add_subcommand(name, help);
+    command->fallthrough();
+    if (words[0] != '\0')
+        command->add_option("words", options.words, words)->type_name("");
+    return command;
+}
+
+void describe(CLI::App &app, Options &options)
+{
+    app.add_option("-d,--dir", options.dir, "runtime directory ($KOV_HOST_DIR, or the user's own)");
+    app.add_option("-c,--client", options.client, "run the command inside this client process");
+    app.allow_extras();
+    app.footer("With -c NAME and no command, reads commands from the standard input.\n"
+               "Exit codes: 0 done, 1 refused or unreachable, 2 used wrongly.");
+    for (const CommandHelp &row : remote_commands)
+        add_command(app, options, row.name, row.words, row.help);
+    add_command(app, options, "get", "QUERY [ARGUMENT]", "ask the library, here or inside the client")
+        ->footer(std::string("Queries:\n") + kov_lab_query_help());
+    CLI::App *watching =
+        add_command(app, options, "watch", "", "register, and print each message that comes");
+    watching->add_option("--types", options.types, "message types to register for")->capture_default_str();
+    watching->add_option("--count", options.count, "end after so many messages");
+    CLI::App *debug = add_command(app, options, "debug", "on|off", "the library's traces in the client");
+    debug->add_option("--count", options.count, "end after so many traces");
+    CLI::App *waiting = add_command(app, options, "wait",
+                                    "server, clients N, idle; of a client: registered, received N, handled N",
+                                    "until something is so");
+    waiting->add_option("--timeout", options.timeout_s, "seconds")->capture_default_str();
+    waiting->add_option("--while", options.alive, "give up when the process with this id has ended");
+}
+
+// Asks as a client of its own that lives for one question.
+int get_here(const Options &options)
+{
+    if (kov_host_attach_tool(options.dir.empty() ? nullptr : options.dir.c_str()) != 0) {
+        std::fprintf(stderr, "kovctl: %s\n", kov_host_error());
+        return 1;
+    }
+    std::vector<const char *> words;
+    for (const std::string &word : options.words)
+        words.push_back(word.c_str());
+    const char *text = "";
+    const int status = kov_lab_get(static_cast<int>(words.size()), words.data(), &text);
+    std::fputs(text, status == 0 ? stdout : stderr);
+    kov_api_close();
+    kov_host_detach();
+    return status;
+}
+
+int run(const CLI::App &app, const Options &options)
+{
+    const Peer peer{options.dir, options.client.empty() ? server_name : options.client};
+    const auto commands = app.get_subcommands();
+    if (commands.empty()) {
+        const std::vector<std::string> words = app.remaining();
+        if (!words.empty())
+            return run_remote(peer, words);
+        if (!options.client.empty())
+            return talk(peer);
+        std::fputs(app.help().c_str(), stderr);
+        return 2;
+    }
+    const std::string name = commands.front()->get_name();
+    if (name == "watch")
+        return watch(options.dir, options.types, options.count);
+    if (name == "wait")
+        return wait_for(peer, options.words, options.timeout_s, options.alive);
+    if (name == "get" && options.client.empty())
+        return get_here(options);
+    if (name == "debug" && options.client.empty()) {
+        std::fputs("kovctl: debug needs -c NAME: traces are those of a client process\n", stderr);
+        return 2;
+    }
+    if (name == "debug" && options.words == std::vector<std::string>{"on"})
+        return follow_traces(peer, options.count);
+    std::vector<std::string> words{name};
+    words.insert(words.end(), options.words.begin(), options.words.end());
+    return run_remote(peer, words);
+}
+
+// The program without what its parts may throw.
+int run_program(int argc, char **argv)
+{
+    CLI::App app{"The KOV lab's operator", "kovctl"};
+    Options options;
+    describe(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    return run(app, options);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run_program(argc, argv);
+    } catch (const std::exception &problem) {
+        std::fprintf(stderr, "kovctl: %s\n", problem.what());
+        return 1;
+    }
+}

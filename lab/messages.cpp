@@ -1,0 +1,365 @@
+#include "messages.h"
+
+#include "fields.h"
+#include "values.h"
+
+#include <kov/kov_debug.h>
+#include <kov/kov_enums.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace kov_lab
+{
+namespace
+{
+
+template <typename Record>
+Record record_at(const std::uint8_t *at)
+{
+    Record record;
+    std::memcpy(&record, at, sizeof record);
+    return record;
+}
+
+std::uint32_t word_at(const std::uint8_t *at) { return record_at<std::uint32_t>(at); }
+
+// ---- One record as text ------------------------------------------------------------------------------
+
+using DescribeRecord = std::string (*)(const std::uint8_t *at);
+
+std::string number(const std::uint8_t *at) { return std::to_string(word_at(at)); }
+
+std::string on_off(const std::uint8_t *at) { return word_at(at) != 0 ? "on" : "off"; }
+
+std::string role(const std::uint8_t *at) { return roles_text(word_at(at)); }
+
+std::string role_change(const std::uint8_t *at) { return role(at) + ", was " + role(at + 4); }
+
+std::string encapsulation(const std::uint8_t *at) { return kov_fwd_encap_str(word_at(at)); }
+
+std::string interface(const std::uint8_t *at) { return kov_ifindex_name_str(word_at(at)); }
+
+std::string mac(const std::uint8_t *at) { return mac_text(at); }
+
+std::string aging(const std::uint8_t *at)
+{
+    const auto record = record_at<kov_conv_aging_update>(at);
+    return (record.family == 2 ? "IPv6 " : "IPv4 ") + std::to_string(record.timeout) + " s";
+}
+
+std::string mode_change(const std::uint8_t *at)
+{
+    return interface(at) + " to " + kov_fwd_mode_str(word_at(at + 4));
+}
+
+std::string control_segment(const std::uint8_t *at)
+{
+    const auto record = record_at<kov_fabric_ctrl_seg_update>(at);
+    return interface(at) + " (VLAN " + std::to_string(record.vlan_id) + "), " + v4_text(record.v4_addr) +
+           ", " + v6_text(record.v6_addr) + ", gateway MAC " + mac_text(record.gw_mac);
+}
+
+std::string aggregate(const std::uint8_t *at)
+{
+    const auto record = record_at<kov_aggr_sub_pfx_update>(at);
+    const bool v4 = record.family == 0;
+    const std::string address = v4 ? v4_text(word_at(record.prefix)) : v6_text(record.prefix);
+    const unsigned length = record.prefix[v4 ? 4 : 16];
+    return address + "/" + std::to_string(length) + " in VRF " +
+           printable(record.vrf_name, sizeof record.vrf_name);
+}
+
+std::string topology(const std::uint8_t *at)
+{
+    return "bridge domain " + number(at) + ", SVI " + interface(at + 16);
+}
+
+struct TypeRow {
+    std::uint32_t mtype;
+    const char *name;
+    DescribeRecord describe; // null: the type carries no records
+};
+
+// clang-format off
+constexpr TypeRow type_rows[] = {
+    {KOV_MTYPE_REGISTER,            "register request",             nullptr},
+    {KOV_MTYPE_REGISTER_ACK,        "registration acknowledgement", nullptr},
+    {KOV_MTYPE_DEREGISTER,          "deregister request",           nullptr},
+    {KOV_MTYPE_FABRIC_ID,           "fabric id",                    number},
+    {KOV_MTYPE_CONV_LEARNING,       "conversational learning",      on_off},
+    {KOV_MTYPE_SWITCH_ROLE,         "switch role",                  role},
+    {KOV_MTYPE_ANYCAST_GW_MAC,      "anycast gateway MAC",          mac},
+    {KOV_MTYPE_AGGR_SUB_PFX,        "aggregate subnet prefix",      aggregate},
+    {KOV_MTYPE_SVI_FWD_MODE,        "SVI forwarding mode",          interface},
+    {KOV_MTYPE_PORT_TRACKING,       "port tracking",                interface},
+    {KOV_MTYPE_FABRIC_CTRL_SEG,     "fabric control segment",       control_segment},
+    {KOV_MTYPE_PROFILE_MGMT,        "profile message",              nullptr},
+    {KOV_MTYPE_CONV_AGING_TIMEOUT,  "conversational aging timeout", aging},
+    {KOV_MTYPE_FERRO_MIGRATION,     "fabric migration",             on_off},
+    {KOV_MTYPE_SVI_MIGRATION,       "SVI migration",                interface},
+    {KOV_MTYPE_FWD_ENCAP,           "forwarding encapsulation",     encapsulation},
+    {KOV_MTYPE_SWITCH_ROLE_CHANGE,  "switch role change",           role_change},
+    {KOV_MTYPE_SVI_FWD_MODE_CHANGE, "SVI forwarding mode change",   mode_change},
+    {KOV_MTYPE_SUPPRESS_ARP_TOPO,   "suppress-ARP topology",        topology},
+    {KOV_MTYPE_PORT_L2DCI,          "port L2DCI",                   interface},
+};
+// clang-format on
+
+const TypeRow *row_of(std::uint32_t mtype)
+{
+    for (const TypeRow &row : type_rows)
+        if (row.mtype == mtype)
+            return &row;
+    return nullptr;
+}
+
+// ---- Building ------------------------------------------------------------------------------------------
+
+template <typename Record>
+void append(Bytes &records, const Record &record)
+{
+    const auto *from = reinterpret_cast<const std::uint8_t *>(&record);
+    records.insert(records.end(), from, from + sizeof record);
+}
+
+void append_word(Bytes &records, std::uint32_t word) { append(records, word); }
+
+// One record for each family whose timeout changed; the IPv4 one when neither did.
+void append_aging(Bytes &records, const kov_rdb_geninfo_t &before, const kov_rdb_geninfo_t &now)
+{
+    const bool v6 = before.u6rib_conv_aging_timeout != now.u6rib_conv_aging_timeout;
+    const bool v4 = !v6 || before.urib_conv_aging_timeout != now.urib_conv_aging_timeout;
+    if (v4)
+        append(records, kov_conv_aging_update{now.urib_conv_aging_timeout, 1});
+    if (v6)
+        append(records, kov_conv_aging_update{now.u6rib_conv_aging_timeout, 2});
+}
+
+kov_fabric_ctrl_seg_update binding_of(const kov_rdb_sviinfo_t &svi)
+{
+    kov_fabric_ctrl_seg_update record{};
+    record.svi_ifindex = svi.svi_ifindex;
+    record.vlan_id = svi.vlan_id;
+    record.v4_addr = svi.v4_prefix.addr;
+    std::memcpy(record.v6_addr, svi.v6_prefix.addr, sizeof record.v6_addr);
+    std::memcpy(record.gw_mac, svi.gw_mac, sizeof record.gw_mac);
+    return record;
+}
+
+// ---- Frames that the server receives ---------------------------------------------------------------------
+
+using DescribeFrame = std::string (*)(const std::uint8_t *payload);
+
+std::string registration(const std::uint8_t *payload)
+{
+    const auto request = record_at<kov_registration_request>(payload);
+    const std::string who = '"' + printable(request.client_name, sizeof request.client_name) + "\" (pid " +
+                            std::to_string(request.pid) + ", SAP " + std::to_string(request.sap) + ")";
+    if (request.mtype == KOV_MTYPE_DEREGISTER)
+        return "deregister " + who;
+    if (request.mtype == KOV_MTYPE_REGISTER)
+        return "register " + who + " for types " + mask_text(request.mtype_mask);
+    return "client message of type " + std::to_string(request.mtype);
+}
+
+std::string glean(const std::uint8_t *payload)
+{
+    const bool v4 = payload[24] == 1;
+    const std::string dest = v4 ? v4_text(word_at(payload + 41)) : v6_text(payload + 41);
+    return "glean " + dest + " in VRF " + number(payload + 25) + " on " + interface(payload + 37);
+}
+
+std::string verify(const std::uint8_t *payload)
+{
+    const bool v4 = payload[33] == 1;
+    const std::uint32_t address = __builtin_bswap32(word_at(payload + 34));
+    return "verify host " + (v4 ? v4_text(address) : std::string("(IPv6)")) + " in VRF " +
+           printable(payload, KOV_VRF_NAME_SIZE);
+}
+
+std::string arp_result(const std::uint8_t *payload)
+{
+    return "ARP verified " + v4_text(word_at(payload + 28)) + " on " + interface(payload + 4);
+}
+
+std::string nd_result(const std::uint8_t *payload)
+{
+    return "ND verified " + v6_text(payload + 22) + " on iod " + number(payload + 40);
+}
+
+struct FrameRow {
+    std::uint32_t opcode;
+    std::size_t size;
+    DescribeFrame describe;
+};
+
+// clang-format off
+constexpr FrameRow frame_rows[] = {
+    {KOV_OPC_CLIENT, sizeof(kov_registration_request), registration},
+    {0x3D404,        73,                               glean},
+    {0x3D405,        50,                               verify},
+    {0x13C04,        56,                               arp_result},
+    {0x14401,        44,                               nd_result},
+};
+// clang-format on
+
+// The request of a profile: 164 bytes like a registration's, then the key's count and length and the key.
+constexpr std::size_t profile_key_at = 172;
+
+bool is_profile_request(std::uint32_t opcode, std::span<const std::uint8_t> payload)
+{
+    return opcode == KOV_OPC_CLIENT && payload.size() >= profile_key_at &&
+           record_at<std::uint16_t>(payload.data() + 2) == KOV_MTYPE_PROFILE_MGMT;
+}
+
+std::string unknown_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "unknown frame, opcode 0x%X, %zu bytes", opcode, payload.size());
+    return text;
+}
+
+} // namespace
+
+const char *mtype_name(std::uint32_t mtype)
+{
+    const TypeRow *row = row_of(mtype);
+    return row != nullptr ? row->name : "unknown type";
+}
+
+std::string mask_text(std::uint32_t mask)
+{
+    std::string text;
+    for (unsigned first = 0; first < 32; ++first) {
+        if ((mask >> first & 1) == 0)
+            continue;
+        unsigned last = first;
+        while (last < 31 && (mask >> (last + 1) & 1) != 0)
+            ++last;
+        text += (text.empty() ? "" : ",") + std::to_string(first);
+        if (last > first)
+            text += "-" + std::to_string(last);
+        first = last;
+    }
+    return text.empty() ? "none" : text;
+}
+
+std::optional<std::uint32_t> parse_mask(std::string_view text, std::string &why)
+{
+    std::uint32_t mask = 0;
+    for (;;) {
+        const std::size_t comma = text.find(',');
+        const std::string_view part = text.substr(0, comma);
+        const std::size_t dash = part.find('-');
+        const auto first = parse_number(part.substr(0, dash), 1, KOV_MTYPE_END - 1, why);
+        const auto last =
+            dash == part.npos ? first : parse_number(part.substr(dash + 1), 1, KOV_MTYPE_END - 1, why);
+        if (!first || !last)
+            return std::nullopt;
+        for (std::uint32_t mtype = *first; mtype <= *last; ++mtype)
+            mask |= 1u << mtype;
+        if (comma == text.npos)
+            return mask;
+        text.remove_prefix(comma + 1);
+    }
+}
+
+Bytes make_message(std::uint32_t mtype, std::span<const std::uint8_t> records)
+{
+    kov_client_msg header{};
+    const std::uint32_t size = kov_get_clients_msg_data_sz(static_cast<std::int32_t>(mtype));
+    header.major = KOV_MSG_MAJOR;
+    header.mtype = static_cast<std::uint16_t>(mtype);
+    header.count = size == 0 ? 0 : static_cast<std::uint32_t>(records.size()) / size;
+    header.length = static_cast<std::uint32_t>(sizeof header + records.size());
+    Bytes message;
+    append(message, header);
+    message.insert(message.end(), records.begin(), records.end());
+    kov_clients_msg_convert_hton(message.data());
+    return message;
+}
+
+Bytes acknowledgement() { return make_message(KOV_MTYPE_REGISTER_ACK); }
+
+Bytes geninfo_message(std::uint32_t mtype, const kov_rdb_geninfo_t &before, const kov_rdb_geninfo_t &now)
+{
+    Bytes records;
+    kov_anycast_gw_mac_update gateway{};
+    switch (mtype) {
+    case KOV_MTYPE_FABRIC_ID:
+        append_word(records, now.fabric_id);
+        break;
+    case KOV_MTYPE_CONV_LEARNING:
+        append_word(records, now.conv_learning);
+        break;
+    case KOV_MTYPE_SWITCH_ROLE:
+        append_word(records, now.switch_role);
+        break;
+    case KOV_MTYPE_SWITCH_ROLE_CHANGE:
+        append(records, kov_switch_role_update{{now.switch_role, before.switch_role}});
+        break;
+    case KOV_MTYPE_ANYCAST_GW_MAC:
+        std::memcpy(gateway.bytes, now.anycast_gw_mac, sizeof now.anycast_gw_mac);
+        append(records, gateway);
+        break;
+    case KOV_MTYPE_CONV_AGING_TIMEOUT:
+        append_aging(records, before, now);
+        break;
+    case KOV_MTYPE_FERRO_MIGRATION:
+        append_word(records, now.ferro_migration);
+        break;
+    case KOV_MTYPE_FWD_ENCAP:
+        append_word(records, now.fwd_encap);
+        break;
+    default:
+        break;
+    }
+    return make_message(mtype, records);
+}
+
+Bytes svi_message(std::uint32_t mtype, const kov_rdb_sviinfo_t &now)
+{
+    Bytes records;
+    if (mtype == KOV_MTYPE_FABRIC_CTRL_SEG)
+        append(records, binding_of(now));
+    else if (mtype == KOV_MTYPE_SVI_FWD_MODE_CHANGE)
+        append(records, kov_svi_fwd_mode_update{now.svi_ifindex, now.fwd_mode, 0});
+    else
+        append_word(records, now.svi_ifindex);
+    return make_message(mtype, records);
+}
+
+std::string describe_message(const kov_client_msg &msg)
+{
+    const TypeRow *row = row_of(msg.mtype);
+    std::string text = "type " + std::to_string(msg.mtype) + ", " + mtype_name(msg.mtype);
+    if (row == nullptr || row->describe == nullptr)
+        return text;
+    const std::uint32_t size = kov_get_clients_msg_data_sz(msg.mtype);
+    const auto *at = reinterpret_cast<const std::uint8_t *>(&msg) + sizeof msg;
+    for (std::uint32_t i = 0; i < msg.count; ++i, at += size)
+        text += (i == 0 ? ": " : "; ") + row->describe(at);
+    return text;
+}
+
+std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
+{
+    for (const FrameRow &row : frame_rows)
+        if (row.opcode == opcode && row.size == payload.size())
+            return row.describe(payload.data());
+    if (is_profile_request(opcode, payload))
+        return "profile request, key of " + number(payload.data() + 168) + " bytes";
+    return unknown_frame(opcode, payload);
+}
+
+std::string printable(const void *at, std::size_t width)
+{
+    std::string text = bounded_text(at, width);
+    for (char &c : text)
+        if (c < ' ' || c > '~')
+            c = '?';
+    return text;
+}
+
+} // namespace kov_lab

@@ -1,0 +1,302 @@
+#include "server.h"
+
+#include "fields.h"
+#include "log.h"
+#include "values.h"
+
+#include <kov_host.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <unistd.h>
+
+namespace kov_lab
+{
+namespace
+{
+
+// The word that forces a message type, among the settings of a change.
+constexpr std::string_view as_word = "as";
+
+struct Setting {
+    std::string_view name;
+    std::string_view value;
+};
+
+bool split(std::string_view text, Setting &out, std::string &why)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == 0 || equals == text.npos) {
+        why = "\"" + std::string(text) + "\" is not FIELD=VALUE";
+        return false;
+    }
+    out = {text.substr(0, equals), text.substr(equals + 1)};
+    return true;
+}
+
+bool set_type(std::string_view text, bool (*allowed)(std::uint32_t), std::uint32_t &as, std::string &why)
+{
+    const auto mtype = parse_number(text, 0, KOV_MTYPE_END - 1, why);
+    if (!mtype || !allowed(*mtype)) {
+        why = "as: no message of type " + std::string(text) + " tells of such a change";
+        return false;
+    }
+    as = *mtype;
+    return true;
+}
+
+std::string names_of(std::span<const Field> fields)
+{
+    std::string names;
+    for (const Field &field : fields)
+        names += (names.empty() ? "" : ", ") + std::string(field.name);
+    return names;
+}
+
+// Applies the settings to a copy of the record; all of them, or `why`.
+bool apply(std::span<const Field> fields, bool (*allowed)(std::uint32_t),
+           std::span<const std::string_view> settings, void *record, std::uint32_t &as, std::string &why)
+{
+    as = 0;
+    for (const std::string_view text : settings) {
+        Setting setting;
+        if (!split(text, setting, why))
+            return false;
+        const std::string name{setting.name};
+        if (name == as_word) {
+            if (!set_type(setting.value, allowed, as, why))
+                return false;
+            continue;
+        }
+        const Field *field = find_field(fields, name);
+        if (field == nullptr) {
+            why = name + ": is not a field; the fields are " + names_of(fields);
+            return false;
+        }
+        if (!set_field(*field, record, setting.value, why)) {
+            why.insert(0, name + ": ");
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string changes_text(std::span<const Field> fields, const void *before, const void *now)
+{
+    std::string text;
+    for (const Field &field : fields)
+        if (!same_field(field, before, now))
+            text += (text.empty() ? "" : ", ") + std::string(field.name) + " " + field_text(field, before) +
+                    " -> " + field_text(field, now);
+    return text.empty() ? "nothing changed" : text;
+}
+
+std::optional<Bytes> bytes_of_hex(std::string_view hex)
+{
+    Bytes bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+        std::uint8_t byte = 0;
+        if (std::from_chars(hex.data() + i, hex.data() + i + 2, byte, 16).ptr != hex.data() + i + 2)
+            return std::nullopt;
+        bytes.push_back(byte);
+    }
+    if (hex.size() % 2 != 0)
+        return std::nullopt;
+    return bytes;
+}
+
+bool is_registration(const ipc_message *msg)
+{
+    return ipc_opc_get(msg) == KOV_OPC_CLIENT && ipc_payload_size(msg) == sizeof(kov_registration_request) &&
+           ipc_payload_get(msg) != nullptr;
+}
+
+std::span<const std::uint8_t> payload_of(const ipc_message *msg)
+{
+    const auto *payload = static_cast<const std::uint8_t *>(ipc_payload_get(msg));
+    return payload == nullptr ? std::span<const std::uint8_t>{} : std::span{payload, ipc_payload_size(msg)};
+}
+
+} // namespace
+
+// ---- Frames --------------------------------------------------------------------------------------------
+
+void Server::receive(const ipc_message *msg)
+{
+    ++frames_received_;
+    log_frame("from SAP %u (pid %d): %s", kov_host_message_sap(msg), kov_host_message_pid(msg),
+              describe_frame(ipc_opc_get(msg), payload_of(msg)).c_str());
+    if (!is_registration(msg))
+        return; // notifications: the log is all that this server does with them
+    kov_registration_request request;
+    std::memcpy(&request, ipc_payload_get(msg), sizeof request);
+    if (request.major != KOV_MSG_MAJOR)
+        refuse(msg, "version " + std::to_string(request.major) + " is not 53");
+    else if (request.mtype == KOV_MTYPE_REGISTER)
+        take_registration(msg, request);
+    else if (request.mtype == KOV_MTYPE_DEREGISTER)
+        take_deregistration(msg, request);
+    else
+        refuse(msg, "a client does not send type " + std::to_string(request.mtype));
+}
+
+void Server::refuse(const ipc_message *msg, const std::string &why)
+{
+    ++frames_refused_;
+    log_problem("refused a frame from SAP %u (pid %d, uid %u): %s", kov_host_message_sap(msg),
+                kov_host_message_pid(msg), kov_host_message_uid(msg), why.c_str());
+}
+
+// The message says who sent it, and so does the kernel.
+bool Server::believable(const ipc_message *msg, const kov_registration_request &request)
+{
+    const std::uint32_t uid = kov_host_message_uid(msg);
+    std::string lie;
+    if (static_cast<std::int32_t>(request.pid) != kov_host_message_pid(msg))
+        lie = "it claims to be process " + std::to_string(request.pid);
+    else if (static_cast<std::uint32_t>(request.sap) != kov_host_message_sap(msg))
+        lie = "it claims to listen at SAP " + std::to_string(request.sap);
+    else if (uid != geteuid() && uid != 0)
+        lie = "it belongs to another user";
+    if (!lie.empty())
+        refuse(msg, lie);
+    return lie.empty();
+}
+
+void Server::take_registration(const ipc_message *msg, const kov_registration_request &request)
+{
+    if (!believable(msg, request))
+        return;
+    Client client;
+    client.sap = kov_host_message_sap(msg);
+    client.pid = kov_host_message_pid(msg);
+    client.uuid = request.uuid;
+    client.mask = request.mtype_mask;
+    client.name = printable(request.client_name, sizeof request.client_name);
+    const std::uint32_t sap = client.sap;
+    clients_.add(std::move(client));
+    clients_.send(sap, acknowledgement());
+}
+
+void Server::take_deregistration(const ipc_message *msg, const kov_registration_request &request)
+{
+    if (!believable(msg, request))
+        return;
+    const Client *client = clients_.find(kov_host_message_sap(msg));
+    if (client == nullptr)
+        log_frame("SAP %u was not registered", kov_host_message_sap(msg));
+    else if (client->pid != kov_host_message_pid(msg))
+        refuse(msg, "the client at its SAP is process " + std::to_string(client->pid));
+    else
+        clients_.remove(client->sap);
+}
+
+// ---- Changes -------------------------------------------------------------------------------------------
+
+std::string Server::announce(const std::vector<Notice> &notices)
+{
+    std::uint32_t types = 0;
+    const std::size_t count = clients_.announce(notices, types);
+    if (count == 0)
+        return "; no client wants to know";
+    return "; told " + std::to_string(count) + (count == 1 ? " client" : " clients") + " by type " +
+           mask_text(types);
+}
+
+bool Server::set_geninfo(std::span<const std::string_view> settings, std::string &text)
+{
+    const bool fresh = !publisher_->general();
+    const kov_rdb_geninfo_t before = publisher_->general().value_or(default_geninfo());
+    kov_rdb_geninfo_t now = before;
+    std::uint32_t as = 0;
+    if (!apply(geninfo_fields(), is_geninfo_type, settings, &now, as, text))
+        return false;
+    const bool changed = fresh || std::memcmp(&before, &now, sizeof now) != 0;
+    if (changed && !publisher_->put(now, text))
+        return false;
+    text = (fresh ? "general information created: " : "general information: ") +
+           changes_text(geninfo_fields(), &before, &now);
+    if (changed || as != 0)
+        text += announce(geninfo_notices(before, now, publisher_->svis(), as));
+    return true;
+}
+
+bool Server::set_svi(std::string_view name, std::span<const std::string_view> settings, std::string &text)
+{
+    const std::uint32_t ifindex = svi_of_name(name, text);
+    if (ifindex == 0)
+        return false;
+    const auto found = publisher_->svis().find(ifindex);
+    const bool fresh = found == publisher_->svis().end();
+    const kov_rdb_sviinfo_t before = fresh ? default_svi(ifindex) : found->second;
+    kov_rdb_sviinfo_t now = before;
+    std::uint32_t as = 0;
+    if (!apply(svi_fields(), is_svi_type, settings, &now, as, text))
+        return false;
+    const bool changed = fresh || std::memcmp(&before, &now, sizeof now) != 0;
+    if (changed && !publisher_->put(now, text))
+        return false;
+    text = std::string(name) + (fresh ? " created: " : ": ") + changes_text(svi_fields(), &before, &now);
+    if (changed || as != 0)
+        text += announce(svi_notices(before, now, as));
+    return true;
+}
+
+bool Server::del_geninfo(std::string &text)
+{
+    if (!publisher_->general()) {
+        text = "there is no general information";
+        return false;
+    }
+    // What clients answer without a record are the defaults: that is what the record changes to.
+    const kov_rdb_geninfo_t before = *publisher_->general();
+    const kov_rdb_geninfo_t defaults = default_geninfo();
+    if (!publisher_->erase_general(text))
+        return false;
+    text = "general information deleted" + announce(geninfo_notices(before, defaults, publisher_->svis()));
+    return true;
+}
+
+bool Server::del_svi(std::string_view name, std::string &text)
+{
+    const std::uint32_t ifindex = svi_of_name(name, text);
+    if (ifindex == 0)
+        return false;
+    const auto found = publisher_->svis().find(ifindex);
+    if (found == publisher_->svis().end()) {
+        text = "there is no " + std::string(name);
+        return false;
+    }
+    const kov_rdb_sviinfo_t before = found->second;
+    if (!publisher_->erase_svi(ifindex, text))
+        return false;
+    kov_rdb_sviinfo_t gone{};
+    gone.svi_ifindex = ifindex;
+    text = std::string(name) + " deleted" + announce(svi_notices(before, gone));
+    return true;
+}
+
+bool Server::inject(std::string_view target, std::string_view hex, std::uint32_t opcode, std::string &text)
+{
+    const Client *client = clients_.find(std::string(target));
+    const auto sap = client != nullptr ? client->sap : parse_number(target, 1, 65535, text);
+    if (!sap) {
+        text = "\"" + std::string(target) + "\" is neither a client's name nor an access point";
+        return false;
+    }
+    const auto bytes = bytes_of_hex(hex);
+    if (!bytes) {
+        text = "the bytes are not pairs of hexadecimal digits";
+        return false;
+    }
+    if (ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, *sap, opcode, bytes->data(),
+                 static_cast<std::uint32_t>(bytes->size()), 0, 0, 0) != 0) {
+        text = "SAP " + std::to_string(*sap) + ": " + std::strerror(errno);
+        return false;
+    }
+    text = "sent " + std::to_string(bytes->size()) + " bytes to SAP " + std::to_string(*sap);
+    return true;
+}
+
+} // namespace kov_lab

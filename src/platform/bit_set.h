@@ -1,0 +1,32 @@
+// A bit set of the platform, for as long as its owner lives.
+#pragma once
+
+#include "api/types.h"
+
+#include <kov/platform/bitfield.h>
+
+namespace kov
+{
+
+class bit_set
+{
+public:
+    explicit bit_set(u32 bits) : bits_(bitfield_create(bits)) {}
+    ~bit_set() { bitfield_destroy(bits_); }
+    bit_set(const bit_set &) = delete;
+    bit_set &operator=(const bit_set &) = delete;
+
+    // Takes the first `count` bits over from `bytes`; false when they do not fit, or there is no memory for a
+    // set.
+    bool copy_in(const void *bytes, u32 count) { return bits_ && !bitfield_copy_in(bits_, 0, bytes, count); }
+
+    bool test(u32 bit) const { return bitfield_test(bits_, bit) != 0; }
+
+    // The bits as one text, in static storage.
+    const char *text() const { return bitfield_sprintf(bits_); }
+
+private:
+    bitfield *bits_;
+};
+
+} // namespace kov

@@ -1,0 +1,415 @@
+// What goes wrong at the start, at the command line and on the wire, and what is said about it.
+#include "messages.h"
+#include "real_lab.h"
+
+#include <kov/platform/ipc.h>
+#include <kov_host.h>
+
+#include <csignal>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace integration;
+
+class BadStart : public RealLab
+{
+protected:
+    // kovd refuses with exit code 1 and one line that has the text.
+    void expect_refusal(const std::vector<std::string> &words, const std::string &text)
+    {
+        const Result result = run_lab("kovd", words);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(lines_in(result.err), 1u) << result.err;
+        EXPECT_NE(result.err.find(text), std::string::npos) << result.err;
+    }
+};
+
+TEST_F(BadStart, ABadScenarioIsRefusedAndNothingIsPublished)
+{
+    struct Row {
+        const char *text;
+        const char *says;
+    };
+    const Row rows[] = {
+        {"{\n \"svis\": oops }", ":2:10: is not JSON: "},
+        {"{\n \"switch\": {} }", ":2: switch: is not known here"},
+        {"{ \"general\": {\n \"fabric_id\": -2 } }", ":2: general.fabric_id: -2 is out of range"},
+        {"{ \"svis\": [ {\"svi\": \"vlan1\"},\n {\"svi\": \"vlan1\"} ] }",
+         ":2: svis[1].svi: vlan1 is there already"},
+    };
+    for (const Row &row : rows) {
+        const std::string file = write("bad.json", row.text);
+        expect_refusal({"-s", file}, "kovd: " + file + row.says);
+        EXPECT_FALSE(std::filesystem::exists(runtime())) << "not even the runtime directory";
+    }
+    expect_refusal({"-s", path("none.json")}, "none.json: cannot be read: No such file or directory");
+}
+
+TEST_F(BadStart, ABadScenarioLeavesWhatIsPublishedAlone)
+{
+    serve();
+    expect_refusal({"-s", write("bad.json", "[]")}, "scenario: must be an object");
+    EXPECT_EQ(ask("get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n");
+}
+
+TEST_F(BadStart, ASecondServerIsRefused)
+{
+    Process &server = serve();
+    expect_refusal({"-s", write("other.json", "{}")},
+                   "is already running in " + runtime() + " (pid " + std::to_string(server.pid()) + ")");
+    EXPECT_EQ(status("svis"), "40") << "the first one's records stand";
+}
+
+TEST_F(BadStart, ARuntimeDirectoryOfAnotherUserIsRefused)
+{
+    std::filesystem::create_directory(runtime());
+    const std::string foreign = geteuid() == 0 ? runtime() : "/";
+    ASSERT_TRUE(geteuid() != 0 || chown(foreign.c_str(), 1, 1) == 0);
+    expect_refusal({"-s", leaf(), "-d", foreign},
+                   "runtime directory " + foreign + " belongs to another user");
+}
+
+TEST_F(BadStart, ARuntimeDirectoryThatEverybodyMayWriteIsRefused)
+{
+    std::filesystem::create_directory(runtime());
+    chmod(runtime().c_str(), 0777);
+    expect_refusal({"-s", leaf()}, "may be written by every user");
+}
+
+TEST_F(BadStart, ARuntimeDirectoryThatCannotBeWrittenIsRefused)
+{
+    // The superuser may write everywhere but in the kernel's own file systems.
+    const std::string place = geteuid() == 0 ? "/proc/self" : runtime();
+    std::filesystem::create_directory(runtime());
+    chmod(runtime().c_str(), 0500);
+    expect_refusal({"-s", leaf(), "-d", place + "/run"}, place + "/run");
+}
+
+TEST_F(BadStart, ARuntimeDirectoryThatIsAFileIsRefused)
+{
+    write("run", "a file");
+    expect_refusal({"-s", leaf()}, runtime() + " is not a directory");
+}
+
+TEST_F(BadStart, TheServerNeedsAScenario)
+{
+    const Result result = run_lab("kovd", {});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("--scenario is required"), std::string::npos) << result.err;
+    EXPECT_EQ(run_lab("kovd", {"--help"}).status, 0);
+}
+
+TEST_F(BadStart, WithoutAServerEveryoneSaysWhatToDo)
+{
+    EXPECT_EQ(kovctl("status").status, 1);
+    const std::string advice = "no server in " + runtime() + ": start one with kovd";
+    EXPECT_NE(kovctl("status").err.find(advice), std::string::npos) << kovctl("status").err;
+    for (const char *line : {"get fabric-id", "watch"}) {
+        EXPECT_EQ(kovctl(line).status, 1);
+        EXPECT_NE(kovctl(line).err.find("does not exist: start the server first"), std::string::npos);
+    }
+    const Result agent = run_lab("kov-agent", {});
+    EXPECT_EQ(agent.status, 1);
+    EXPECT_NE(agent.err.find("does not exist: start the server first"), std::string::npos) << agent.err;
+}
+
+TEST_F(BadStart, WithoutALivingServerAClientSaysWhatToDo)
+{
+    EXPECT_EQ(serve().stop().status, 0);
+    const Result agent = run_lab("kov-agent", {});
+    EXPECT_EQ(agent.status, 1);
+    EXPECT_EQ(agent.err, "kov-agent: the server does not answer: start one with kovd\n");
+    EXPECT_EQ(kovctl("watch").status, 1);
+    EXPECT_NE(kovctl("watch").err.find("no server in " + runtime()), std::string::npos);
+    EXPECT_EQ(ask("get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n")
+        << "the records are still there";
+}
+
+TEST_F(BadStart, AClientsNameCanBeTakenOnce)
+{
+    serve();
+    Process &arp = client("arp");
+    const Result second = run_lab("kov-agent", {"--name", "arp"});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.err, "kov-agent: the name arp is taken by a running process (pid " +
+                              std::to_string(arp.pid()) + ")\n");
+    EXPECT_EQ(run_lab("kov-agent", {"--name", "not/a/name"}).status, 1);
+    EXPECT_EQ(run_lab("kov-agent", {"--types", "21"}).status, 2);
+    EXPECT_EQ(run_lab("kov-agent", {"stray"}).status, 2);
+}
+
+TEST_F(BadStart, ADamagedDatabaseIsNamedAndReplacedOnlyWhenAsked)
+{
+    const std::string file = runtime() + "/kov_rdb_info";
+    for (const bool truncated : {false, true}) {
+        Process &first = serve(leaf(), {"--replace"});
+        EXPECT_EQ(first.stop().status, 0);
+        forget(first);
+        if (truncated)
+            std::filesystem::resize_file(file, 5000);
+        else
+            write("run/kov_rdb_info", std::string(70000, 'x'));
+        expect_refusal({"-s", leaf()}, "start with --replace to have it published anew");
+        const Result question = kovctl("get fabric-id");
+        EXPECT_EQ(question.status, 1) << question.out;
+        EXPECT_NE(question.err.find("the database cannot be read: "), std::string::npos) << question.err;
+    }
+    serve(leaf(), {"--replace"});
+    EXPECT_EQ(ask("get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n");
+}
+
+// ---- The command line
+// ----------------------------------------------------------------------------------------
+
+struct Refusal {
+    const char *line;
+    int status;
+    const char *says;
+};
+
+TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
+{
+    // clang-format off
+    const Refusal refusals[] = {
+        {"set svi vlan10 fwd_mode=turbo",              1, "fwd_mode: \"turbo\" is none of standard, "},
+        {"set svi vlan10 is_up=no fwd_mode=turbo",     1, "fwd_mode: \"turbo\" is none of"},
+        {"set svi vlan10 fwd_mode",                    1, "\"fwd_mode\" is not FIELD=VALUE"},
+        {"set svi vlan10 speed=1",                     1, "speed: is not a field; the fields are vlan_id, "},
+        {"set svi vlan10 is_up=no as=4",               1, "as: no message of type 4 tells of such a change"},
+        {"set svi eth1/1 is_up=no",                    1, "\"eth1/1\" is not an SVI"},
+        {"set geninfo fabric_id=-1",                   1, "fabric_id: -1 is out of range"},
+        {"set geninfo switch_role=leaf as=9",          1, "as: no message of type 9 tells of such a change"},
+        {"set geninfo",                                2, "usage: set geninfo "},
+        {"set svi",                                    2, "usage: set svi "},
+        {"del svi",                                    2, "usage: del svi NAME"},
+        {"del svi vlan9",                              1, "there is no vlan9"},
+        {"del svi po1",                                1, "\"po1\" is not an SVI"},
+        {"inject arp",                                 2, "usage: inject "},
+        {"inject arp 3",                               1, "not pairs of hexadecimal digits"},
+        {"inject arp zz",                              1, "not pairs of hexadecimal digits"},
+        {"inject arp 35 opcode",                       1, "\"opcode\" is no opcode"},
+        {"inject nobody 35",                           1, "neither a client's name nor an access point"},
+        {"inject 1999 35",                             1, "SAP 1999: "},
+        {"get",                                        2, "usage: get QUERY"},
+        {"get speed",                                  2, "usage: get QUERY"},
+        {"get fwd-mode",                               2, "usage: get fwd-mode SVI"},
+        {"get fwd-mode eth1/1",                        2, "\"eth1/1\" is not an SVI"},
+        {"get fabric-id 5",                            2, "usage: get fabric-id"},
+        {"get conv-aging-timeout ipx",                 2, "the family is ipv4 or ipv6"},
+        {"-c arp get speed",                           2, "usage: get QUERY"},
+        {"-c nobody get fabric-id",                    1, "no client nobody"},
+        {"-c arp set svi vlan10 is_up=no",             2, "unknown command 'set svi"},
+        {"statsu",                                     2, "unknown command 'statsu'"},
+        {"",                                           2, "kovctl"},
+        {"debug on",                                   2, "debug needs -c NAME"},
+        {"wait",                                       2, "wait for: server"},
+        {"wait clients",                               2, "wait for: server"},
+        {"watch --types 0",                            2, "no list of message types"},
+        {"watch --count many",                         2, "--count"},
+        {"wait clients 99 --timeout 0",                1, "waited 0 s for kovd: clients 99; it says clients: 1"},
+    };
+    // clang-format on
+    serve();
+    client("arp");
+    for (const Refusal &refusal : refusals) {
+        const Result result = kovctl(refusal.line);
+        EXPECT_EQ(result.status, refusal.status) << refusal.line << "\n" << result.out << result.err;
+        EXPECT_EQ(result.out, "") << refusal.line;
+        EXPECT_NE(result.err.find(refusal.says), std::string::npos) << refusal.line << "\n" << result.err;
+    }
+    EXPECT_EQ(status("handled", "arp"), "0");
+    EXPECT_NE(ask("show svi vlan10").find("is_up                      yes\n"), std::string::npos);
+}
+
+// ---- Hostile messages
+// -------------------------------------------------------------------------------------------
+
+using kov_lab::Bytes;
+
+// Claims about a message of one type-9 record; what is not claimed is true.
+struct Hostile {
+    const char *what;
+    std::size_t size; // of the payload
+    std::uint16_t major;
+    std::uint16_t mtype;
+    std::uint32_t count;
+    std::uint32_t length;
+    const char *opcode;
+};
+
+class HostileServer : public RealLab
+{
+protected:
+    static std::string bytes_of(const Hostile &hostile)
+    {
+        Bytes bytes(std::max<std::size_t>(hostile.size, sizeof(kov_client_msg)));
+        kov_client_msg header{};
+        header.major = hostile.major;
+        header.mtype = hostile.mtype;
+        header.count = __builtin_bswap32(hostile.count);
+        header.length = __builtin_bswap32(hostile.length);
+        std::memcpy(bytes.data(), &header, sizeof header);
+        bytes.resize(hostile.size);
+        std::string hex = hostile.size == 0 ? "\"\"" : "";
+        char digits[3];
+        for (const std::uint8_t byte : bytes) {
+            std::snprintf(digits, sizeof digits, "%02x", byte);
+            hex += digits;
+        }
+        return hex;
+    }
+};
+
+TEST_F(HostileServer, IsRefusedByAClientThatGoesOnAsBefore)
+{
+    // clang-format off
+    const Hostile rows[] = {
+        {"nothing at all",                       0,   53, 9,  1,          165, "0x3D400"},
+        {"one byte",                             1,   53, 9,  1,          165, "0x3D400"},
+        {"shorter than a header",                160, 53, 9,  0,          161, "0x3D400"},
+        {"another version",                      165, 52, 9,  1,          165, "0x3D400"},
+        {"a type beyond the last",               165, 53, 21, 1,          165, "0x3D400"},
+        {"a count its payload cannot hold",      165, 53, 9,  1000,       4161, "0x3D400"},
+        {"a count beyond all sizes",             165, 53, 9,  0xffffffff, 157, "0x3D400"},
+        {"a count that wraps to its length",     165, 53, 9,  0x40000001, 165, "0x3D400"},
+        {"a count that its length does not have", 165, 53, 9, 2,          165, "0x3D400"},
+        {"a length that lies",                   165, 53, 9,  1,          166, "0x3D400"},
+        {"a length of nothing",                  165, 53, 9,  1,          0,   "0x3D400"},
+        {"records of type 11 cut short",         180, 53, 11, 1,          197, "0x3D400"},
+        {"another opcode",                       165, 53, 9,  1,          165, "0x3D404"},
+        {"a notification's opcode",              73,  53, 9,  0,          73,  "0x3D405"},
+    };
+    // clang-format on
+    serve();
+    client("arp");
+    int received = 1; // the acknowledgement
+    int handled = 0;
+    for (const Hostile &row : rows) {
+        SCOPED_TRACE(row.what);
+        const std::string sent = "sent " + std::to_string(row.size) + " bytes";
+        const Result result =
+            run_lab("kovctl", {"inject", "arp", bytes_of(row) == "\"\"" ? "" : bytes_of(row), row.opcode});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_TRUE(result.out.starts_with(sent)) << result.out;
+        ask("-c arp wait received " + std::to_string(++received));
+        EXPECT_EQ(status("handled", "arp"), std::to_string(handled)) << "refused";
+        EXPECT_EQ(status("registered", "arp"), "yes");
+
+        // The next good one works.
+        ask("set svi vlan10 vlan_id=" + std::to_string(100 + handled));
+        ask("-c arp wait handled " + std::to_string(++handled));
+        ++received;
+        EXPECT_EQ(ask("-c arp get fwd-mode vlan10"),
+                  "kov_get_fwd_mode(vlan10) = Anycast Gateway, from cache\n");
+    }
+}
+
+TEST_F(HostileServer, ThatInjectsAGoodMessageIsBelieved)
+{
+    serve();
+    client("arp");
+    const Hostile good{"", 165, 53, 9, 1, 165, "0x3D400"};
+    EXPECT_EQ(ask("inject arp " + bytes_of(good)), "sent 165 bytes to SAP 2000\n");
+    ask("-c arp wait handled 1");
+}
+
+// ---- Hostile clients
+// -----------------------------------------------------------------------------------------------
+
+class HostileClient : public RealLab
+{
+protected:
+    ~HostileClient() override { kov_host_detach(); }
+
+    void attach()
+    {
+        ASSERT_EQ(kov_host_attach_tool(runtime().c_str()), 0) << kov_host_error();
+        request_.major = KOV_MSG_MAJOR;
+        request_.mtype = KOV_MTYPE_REGISTER;
+        request_.pid = static_cast<std::uint32_t>(getpid());
+        request_.sap = ipc_sap_get(kov_host_ipc_handle());
+        request_.mtype_mask = 1u << 9;
+        std::strcpy(request_.client_name, "honest");
+    }
+    void send() { send(&request_, sizeof request_); }
+    void send(const void *bytes, std::size_t size)
+    {
+        ASSERT_EQ(ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, KOV_SERVER_SAP, KOV_OPC_CLIENT, bytes,
+                           static_cast<std::uint32_t>(size), 0, 0, 0),
+                  0);
+    }
+
+    kov_registration_request request_{};
+};
+
+TEST_F(HostileClient, ThatClaimsToBeAnotherProcessIsRefused)
+{
+    Process &server = serve();
+    attach();
+    request_.pid = 1;
+    send();
+    EXPECT_TRUE(server.says("it claims to be process 1\n"));
+    EXPECT_EQ(status("clients"), "0");
+    request_.pid = static_cast<std::uint32_t>(getpid());
+    request_.sap = 1248;
+    send();
+    EXPECT_TRUE(server.says("it claims to listen at SAP 1248\n"));
+    request_.sap = ipc_sap_get(kov_host_ipc_handle());
+    request_.major = 52;
+    send();
+    EXPECT_TRUE(server.says("version 52 is not 53\n"));
+    request_.major = KOV_MSG_MAJOR;
+    request_.mtype = KOV_MTYPE_SVI_FWD_MODE;
+    send();
+    EXPECT_TRUE(server.says("a client does not send type 9\n"));
+    EXPECT_EQ(status("frames refused"), "4");
+    EXPECT_EQ(status("clients"), "0");
+    request_.mtype = KOV_MTYPE_REGISTER;
+    send();
+    ask("wait clients 1");
+}
+
+TEST_F(HostileClient, CannotWithdrawAnotherOne)
+{
+    Process &server = serve();
+    Process &arp = client("arp");
+    attach();
+    request_.mtype = KOV_MTYPE_DEREGISTER;
+    request_.pid = static_cast<std::uint32_t>(arp.pid());
+    request_.sap = 2000;
+    send();
+    EXPECT_TRUE(server.says("it claims to be process"));
+    EXPECT_EQ(status("clients"), "1");
+}
+
+TEST_F(HostileClient, MayWithdrawWithoutHavingRegistered)
+{
+    Process &server = serve(leaf(), {"-v"});
+    attach();
+    request_.mtype = KOV_MTYPE_DEREGISTER;
+    send();
+    EXPECT_TRUE(server.says("was not registered\n"));
+    EXPECT_EQ(status("frames refused"), "0");
+}
+
+TEST_F(HostileClient, ThatSendsRubbishIsLoggedAndDoesNoHarm)
+{
+    Process &server = serve(leaf(), {"-v"});
+    attach();
+    send(nullptr, 0);
+    EXPECT_TRUE(server.says("unknown frame, opcode 0x3D400, 0 bytes\n"));
+    const Bytes rubbish(100000, 0xff);
+    send(rubbish.data(), rubbish.size());
+    EXPECT_TRUE(server.says("unknown frame, opcode 0x3D400, 100000 bytes\n"));
+    std::memset(request_.client_name, '\033', sizeof request_.client_name);
+    send();
+    EXPECT_TRUE(server.says("register \"????"));
+    ask("wait clients 1");
+}
+
+} // namespace

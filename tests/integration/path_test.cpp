@@ -1,0 +1,429 @@
+// The way of an answer: published, asked, registered for, cached, changed, told, removed.
+#include "real_lab.h"
+
+#include <kov_host.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace integration;
+
+class Path : public RealLab
+{
+};
+
+TEST_F(Path, AQueryWithoutRegistrationIsAnsweredFromTheDatabase)
+{
+    serve();
+    EXPECT_EQ(ask("get fwd-mode vlan10"),
+              "kov_get_fwd_mode(vlan10) = Anycast Gateway, from database (1 read)\n");
+    EXPECT_EQ(ask("get fwd-mode vlan4000"),
+              "kov_get_fwd_mode(vlan4000) = Standard, from database (1 read)\n");
+}
+
+struct Question {
+    const char *query;
+    const char *answer;
+    unsigned reads; // from the database
+};
+
+// clang-format off
+const Question questions[] = {
+    {"fabric-id",                "kov_get_fabric_id() = 7", 1},
+    {"conditional-route",        "kov_check_conditional_route() = conversational learning on", 1},
+    {"switch-role",              "kov_get_switch_role() = border leaf", 1},
+    {"anycast-gateway-mac",      "kov_get_anycast_gateway_mac() = 2020.0000.00aa", 1},
+    {"conv-aging-timeout ipv4",  "kov_get_conv_aging_timeout(IPv4) = 1200 s", 1},
+    {"conv-aging-timeout ipv6",  "kov_get_conv_aging_timeout(IPv6) = 2400 s", 1},
+    {"fwd-encap",                "kov_get_fwd_encap_type(mac) = Vxlan, router MAC 0011.2233.4455", 1},
+    {"fabric-ctrl-seg",          "kov_get_fabric_ctrl_seg() = vlan3900", 1},
+    {"fabric-ctrl-seg-info",     "kov_get_fabric_ctrl_seg_info() = vlan3900 (VLAN 3900), 192.0.2.1, 2001:db8:f::1, gateway MAC 2020.0000.00aa", 2},
+    {"ferro-migration",          "kov_check_ferro_migration(0) = not migrating", 1},
+    {"ferro-migration vlan12",   "kov_check_ferro_migration(vlan12) = migrating, anycast gateway MAC 2020.0000.00aa", 2},
+    {"ferro-migration vlan10",   "kov_check_ferro_migration(vlan10) = not migrating", 1},
+    {"fwd-mode vlan10",          "kov_get_fwd_mode(vlan10) = Anycast Gateway", 1},
+    {"fwd-mode vlan22",          "kov_get_fwd_mode(vlan22) = Proxy Gateway", 1},
+    {"fwd-mode vlan29",          "kov_get_fwd_mode(vlan29) = Standard", 1},
+};
+// clang-format on
+
+TEST_F(Path, EveryQueryIsAnsweredByTheDatabaseHereAndByTheCacheInAClient)
+{
+    serve();
+    client("arp");
+    for (const Question &question : questions) {
+        const std::string reads =
+            std::to_string(question.reads) + (question.reads == 1 ? " read)" : " reads)");
+        EXPECT_EQ(ask(std::string("get ") + question.query),
+                  question.answer + (", from database (" + reads) + "\n");
+        EXPECT_EQ(ask(std::string("-c arp get ") + question.query),
+                  question.answer + std::string(", from cache\n"));
+    }
+}
+
+TEST_F(Path, TheMobilityDomainIsReadFromTheDatabaseByAClientToo)
+{
+    serve();
+    client("arp");
+    EXPECT_EQ(ask("-c arp get mobdom"),
+              "kov_get_global_mobdom(out) = \"campus-west\", from database (1 read)\n");
+}
+
+TEST_F(Path, AnSviInAConditionalModeIsNotCachedAndSoStandardInAClient)
+{
+    serve();
+    client("arp");
+    EXPECT_EQ(ask("get fwd-mode vlan26"),
+              "kov_get_fwd_mode(vlan26) = Conditional Proxy Gateway, from database (1 read)\n");
+    EXPECT_EQ(ask("-c arp get fwd-mode vlan26"), "kov_get_fwd_mode(vlan26) = Standard, from cache\n");
+}
+
+TEST_F(Path, AClientSeesAChangeThroughItsMessageAndItsCache)
+{
+    serve();
+    Process &arp = client("arp");
+    EXPECT_EQ(ask("set svi vlan10 fwd_mode=proxy-gateway"),
+              "vlan10: fwd_mode anycast-gateway -> proxy-gateway; told 1 client by type 9\n");
+    ask("-c arp wait handled 1");
+    EXPECT_TRUE(arp.says("type 9, SVI forwarding mode: vlan10\n  vlan10 forwards as Proxy Gateway\n"));
+    EXPECT_EQ(ask("-c arp get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Proxy Gateway, from cache\n");
+
+    EXPECT_EQ(ask("set geninfo fabric_id=42"),
+              "general information: fabric_id 7 -> 42; told 1 client by type 4\n");
+    ask("-c arp wait handled 2");
+    EXPECT_TRUE(arp.says("type 4, fabric id: 42\n  fabric 42, border leaf switch, Vxlan"));
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 42, from cache\n");
+}
+
+TEST_F(Path, ARemovedRecordGivesTheDefaults)
+{
+    serve();
+    client("arp");
+    EXPECT_EQ(ask("del svi vlan10"), "vlan10 deleted; told 1 client by type 9\n");
+    ask("-c arp wait handled 1");
+    EXPECT_EQ(ask("-c arp get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Standard, from cache\n");
+    EXPECT_EQ(ask("get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Standard, from database (1 read)\n");
+
+    EXPECT_EQ(ask("del geninfo"), "general information deleted; told 1 client by type 4-7,11,13,16\n");
+    ask("-c arp wait handled 8");
+    EXPECT_EQ(ask("-c arp get switch-role"), "kov_get_switch_role() = leaf, from cache\n");
+    EXPECT_EQ(ask("-c arp get conv-aging-timeout ipv6"),
+              "kov_get_conv_aging_timeout(IPv6) = 1800 s, from cache\n");
+    EXPECT_EQ(ask("get mobdom"), "kov_get_global_mobdom(out) = no record, from database (1 read)\n");
+    EXPECT_EQ(kovctl("del geninfo").status, 1);
+    EXPECT_EQ(kovctl("del svi vlan10").err, "there is no vlan10\n");
+}
+
+TEST_F(Path, ARecordComesIntoBeingWhenItIsSet)
+{
+    serve(write("empty.json", "{}"));
+    client("arp");
+    EXPECT_EQ(ask("get fabric-id"), "kov_get_fabric_id() = 0, from database (1 read)\n");
+    EXPECT_EQ(ask("set geninfo fabric_id=9"),
+              "general information created: fabric_id 0 -> 9; told 1 client by type 4\n");
+    EXPECT_EQ(
+        ask("set svi bdi100 fwd_mode=anycast-gateway is_up=yes"),
+        "bdi100 created: is_up no -> yes, fwd_mode standard -> anycast-gateway; told 1 client by type 9\n");
+    ask("-c arp wait handled 2");
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 9, from cache\n");
+    EXPECT_EQ(ask("-c arp get fwd-mode bdi100"), "kov_get_fwd_mode(bdi100) = Anycast Gateway, from cache\n");
+}
+
+TEST_F(Path, ADeregisteredClientIsForgotten)
+{
+    Process &server = serve(leaf(), {"-v"});
+    Process &arp = client("arp");
+    EXPECT_EQ(status("clients"), "1");
+    EXPECT_EQ(arp.stop().status, 0);
+    EXPECT_TRUE(server.says("deregister \"arp\" (pid " + std::to_string(arp.pid())));
+    ask("wait clients 0");
+    EXPECT_EQ(status("clients"), "0");
+    EXPECT_EQ(ask("set geninfo fabric_id=1"),
+              "general information: fabric_id 7 -> 1; no client wants to know\n");
+}
+
+TEST_F(Path, TheServerTellsEachFrameWhenItIsAskedTo)
+{
+    Process &server = serve(leaf(), {"--verbose"});
+    Process &arp = client("arp", "9,18");
+    EXPECT_TRUE(server.says("kovd: from SAP 2000 (pid " + std::to_string(arp.pid()) +
+                            "): register \"arp\" (pid " + std::to_string(arp.pid()) +
+                            ", SAP 2000) for types 9,18\n"));
+}
+
+// ---- Which message
+// -----------------------------------------------------------------------------------------
+
+struct Change {
+    const char *line;
+    const char *message;
+};
+
+TEST_F(Path, WatchShowsTheMessageOfEachChange)
+{
+    // clang-format off
+    const Change changes[] = {
+        {"set geninfo fabric_id=8",                     "type 4, fabric id: 8"},
+        {"set geninfo conv_learning=no",                "type 5, conversational learning: off"},
+        {"set geninfo switch_role=leaf",                "type 6, switch role: leaf"},
+        {"set geninfo switch_role=spine as=17",         "type 17, switch role change: spine, was leaf"},
+        {"set geninfo anycast_gw_mac=0000.0000.0001",   "type 7, anycast gateway MAC: 0000.0000.0001"},
+        {"set geninfo urib_conv_aging_timeout=5",       "type 13, conversational aging timeout: IPv4 5 s"},
+        {"set geninfo u6rib_conv_aging_timeout=6",      "type 13, conversational aging timeout: IPv6 6 s"},
+        {"set geninfo ferro_migration=yes",             "type 14, fabric migration: on"},
+        {"set geninfo fwd_encap=fabric",                "type 16, forwarding encapsulation: Fabric"},
+        {"set geninfo mobdom=east",                     "type 4, fabric id: 8"},
+        {"set svi vlan10 fwd_mode=standard",            "type 9, SVI forwarding mode: vlan10"},
+        {"set svi vlan10 fwd_mode=proxy-gateway as=18", "type 18, SVI forwarding mode change: vlan10 to Proxy Gateway"},
+        {"set svi vlan10 migration_enabled=yes",        "type 15, SVI migration: vlan10"},
+        {"set svi vlan3900 vaddr_bound=no",             "type 11, fabric control segment: vlan3900 (VLAN 3900), 192.0.2.1, 2001:db8:f::1, gateway MAC 2020.0000.00aa"},
+        {"del svi vlan10",                              "type 9, SVI forwarding mode: vlan10"},
+    };
+    // clang-format on
+    serve();
+    const auto watch = start("kovctl", {"watch", "--count", std::to_string(std::size(changes))});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    std::string expected = "watching; Ctrl-C ends\n";
+    for (const Change &change : changes) {
+        ask(change.line);
+        expected += change.message + std::string("\n");
+    }
+    EXPECT_EQ(watch->finish().status, 0);
+    EXPECT_EQ(watch->finish().out, expected);
+    EXPECT_EQ(status("clients"), "0");
+}
+
+TEST_F(Path, AClientOfOneTypeIsToldByThatType)
+{
+    serve();
+    client("only18", "18");
+    client("only17", "17");
+    client("only4", "4");
+    EXPECT_EQ(ask("set svi vlan10 fwd_mode=proxy-gateway"),
+              "vlan10: fwd_mode anycast-gateway -> proxy-gateway; told 1 client by type 18\n");
+    EXPECT_EQ(ask("set geninfo switch_role=leaf"),
+              "general information: switch_role leaf+border -> leaf; told 1 client by type 17\n");
+    ask("-c only18 wait handled 1");
+    ask("-c only17 wait handled 1");
+    EXPECT_EQ(ask("-c only18 get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Proxy Gateway, from cache\n");
+    EXPECT_EQ(ask("-c only17 get switch-role"), "kov_get_switch_role() = leaf, from cache\n");
+    EXPECT_EQ(ask("-c only17 get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n");
+    EXPECT_EQ(status("handled", "only4"), "0");
+}
+
+TEST_F(Path, NothingIsToldWhenNothingChanged)
+{
+    serve();
+    client("arp");
+    EXPECT_EQ(ask("set svi vlan10 fwd_mode=anycast-gateway"), "vlan10: nothing changed\n");
+    EXPECT_EQ(ask("set geninfo fabric_id=7"), "general information: nothing changed\n");
+    EXPECT_EQ(ask("set svi vlan10 as=9"), "vlan10: nothing changed; told 1 client by type 9\n");
+}
+
+// ---- Full queues, dead clients
+// ------------------------------------------------------------------------------
+
+class Operator
+{
+public:
+    explicit Operator(const std::string &dir) : session_(kov_host_session_open(dir.c_str(), "kovd", 0)) {}
+    ~Operator() { kov_host_session_close(session_); }
+    Operator(const Operator &) = delete;
+    Operator &operator=(const Operator &) = delete;
+
+    std::string run(const std::string &line)
+    {
+        std::string output;
+        kov_host_cli_event event{};
+        EXPECT_EQ(kov_host_session_command(session_, line.c_str()), 0);
+        while (kov_host_session_next(session_, -1, &event) == 1 && event.kind != KOV_HOST_CLI_DONE)
+            output.append(event.text, event.size);
+        return output;
+    }
+
+private:
+    kov_host_session *session_;
+};
+
+TEST_F(Path, MessagesToAStoppedClientWaitAndThenAllArriveInOrder)
+{
+    serve();
+    Process &arp = client("arp");
+    arp.signal(SIGSTOP);
+    Operator kovd(runtime());
+    int changes = 0;
+    bool waiting = false;
+    while (!waiting && changes < 5000) {
+        for (int i = 0; i < 100; ++i)
+            kovd.run("set geninfo fabric_id=" + std::to_string(1000 + ++changes));
+        waiting = kovd.run("status").find("messages waiting: 0\n") == std::string::npos;
+    }
+    ASSERT_TRUE(waiting) << "the socket took everything";
+    arp.signal(SIGCONT);
+    ask("wait idle");
+    ask("-c arp wait handled " + std::to_string(changes));
+    EXPECT_EQ(status("handled", "arp"), std::to_string(changes));
+    EXPECT_EQ(status("messages lost"), "0");
+    EXPECT_NE(status("messages delayed"), "0");
+    EXPECT_EQ(ask("-c arp get fabric-id"),
+              "kov_get_fabric_id() = " + std::to_string(1000 + changes) + ", from cache\n");
+    const std::string output = arp.output();
+    std::size_t at = 0;
+    for (int i = 1; i <= changes && at != std::string::npos; ++i)
+        at = output.find("type 4, fabric id: " + std::to_string(1000 + i) + "\n", at);
+    EXPECT_NE(at, std::string::npos) << "in order, none missing";
+}
+
+TEST_F(Path, AClientThatDiedIsStruckOffAndTheOthersAreTold)
+{
+    Process &server = serve();
+    Process &dead = client("dead");
+    client("alive");
+    dead.signal(SIGKILL);
+    EXPECT_EQ(dead.finish().status, 128 + SIGKILL);
+    forget(dead);
+    ask("set geninfo fabric_id=5");
+    EXPECT_TRUE(server.says("client \"dead\" (SAP 2000) is struck off"));
+    ask("-c alive wait handled 1");
+    EXPECT_EQ(status("clients"), "1");
+    EXPECT_EQ(status("messages lost"), "1");
+}
+
+TEST_F(Path, AClientFindsARestartedServerOnlyByRegisteringAgain)
+{
+    Process &first = serve();
+    Process &arp = client("arp");
+    EXPECT_EQ(first.stop().status, 0);
+    forget(first);
+    serve();
+    EXPECT_EQ(status("clients"), "0");
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 7, from cache\n");
+    EXPECT_EQ(arp.stop().status, 0) << "its deregistration is unknown to the new server, and no error";
+}
+
+// ---- What the operator sees
+// -----------------------------------------------------------------------------------
+
+TEST_F(Path, TracesAppearOnTheTerminalThatAskedForThem)
+{
+    serve();
+    client("arp");
+    const auto traces = start("kovctl", {"-c", "arp", "debug", "on", "--count", "1"});
+    ASSERT_TRUE(traces->says("traces of arp; Ctrl-C ends\n"));
+    ask("-c arp get fabric-id");
+    EXPECT_EQ(traces->finish().status, 0);
+    EXPECT_EQ(lines_in(traces->finish().out), 2u) << traces->finish().out;
+    const auto until_stopped = start("kovctl", {"-c", "arp", "debug", "on"});
+    ASSERT_TRUE(until_stopped->says("Ctrl-C ends"));
+    ask("-c arp get fabric-id");
+    EXPECT_TRUE(until_stopped->says("Reading fabric id: 7 from RDB")) << until_stopped->output();
+    EXPECT_EQ(until_stopped->stop().status, 0);
+}
+
+TEST_F(Path, ListsAndRecordsCanBeLookedAt)
+{
+    serve();
+    client("arp", "9");
+    const std::string svis = ask("list svis");
+    EXPECT_EQ(lines_in(svis), 41u);
+    EXPECT_NE(svis.find("vlan3900   up    Anycast Gateway            default"), std::string::npos) << svis;
+    EXPECT_NE(ask("list clients").find("arp                      9 "), std::string::npos);
+    EXPECT_NE(ask("show svi vlan12").find("migration_enabled          yes\n"), std::string::npos);
+    EXPECT_NE(ask("show geninfo").find("switch_role                leaf+border\n"), std::string::npos);
+    EXPECT_EQ(kovctl("show svi vlan99").err, "there is no vlan99\n");
+    EXPECT_EQ(status("registered", "arp"), "yes");
+    EXPECT_EQ(status("svis"), "40");
+}
+
+TEST_F(Path, WithoutACommandKovctlRunsTheLinesOfItsInput)
+{
+    serve();
+    client("arp");
+    const std::string kovctl = std::string(KOV_BIN_DIR) + "/kovctl -c arp";
+    const Result result =
+        run({"/bin/sh", "-c", "printf 'get fabric-id\\nget speed\\nget fwd-encap\\n' | " + kovctl},
+            {{"KOV_HOST_DIR", runtime()}});
+    EXPECT_EQ(result.status, 0) << "that of the last line";
+    EXPECT_EQ(result.out, "kov_get_fabric_id() = 7, from cache\n"
+                          "kov_get_fwd_encap_type(mac) = Vxlan, router MAC 0011.2233.4455, from cache\n");
+    EXPECT_TRUE(result.err.starts_with("usage: get QUERY"));
+}
+
+// A terminal of ten rows, for kovctl to page on.
+class Terminal
+{
+public:
+    explicit Terminal(const std::vector<std::string> &argv, const std::string &dir)
+    {
+        winsize size{10, 100, 0, 0};
+        pid_ = forkpty(&fd_, nullptr, nullptr, &size);
+        if (pid_ != 0)
+            return;
+        setenv("KOV_HOST_DIR", dir.c_str(), 1);
+        execl(argv[0].c_str(), argv[0].c_str(), argv[1].c_str(), argv[2].c_str(), nullptr);
+        _exit(127);
+    }
+    ~Terminal() { close(fd_); }
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    // Reads until the text is there, or all of it for an empty one; takes it off.
+    std::string read_to(const std::string &text)
+    {
+        char buffer[512];
+        std::string shown;
+        while (text.empty() || shown.find(text) == std::string::npos) {
+            const ssize_t size = read(fd_, buffer, sizeof buffer);
+            if (size <= 0)
+                break; // a terminal's end is an error
+            shown.append(buffer, static_cast<std::size_t>(size));
+        }
+        return shown;
+    }
+    void type(const std::string &text)
+    {
+        EXPECT_EQ(write(fd_, text.data(), text.size()), ssize_t(text.size()));
+    }
+    int status() const
+    {
+        int status = 0;
+        waitpid(pid_, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    int fd_ = -1;
+    pid_t pid_ = -1;
+};
+
+TEST_F(Path, ALongListIsShownPageByPage)
+{
+    serve();
+    Terminal terminal({std::string(KOV_BIN_DIR) + "/kovctl", "list", "svis"}, runtime());
+    const std::string question = "--More-- (Enter: go on, q: stop) ";
+    const std::size_t first = lines_in(terminal.read_to(question));
+    EXPECT_GE(first, 5u);
+    EXPECT_LT(first, 12u);
+    terminal.type("\n");
+    EXPECT_LT(lines_in(terminal.read_to(question)), 12u);
+    terminal.type("q\n");
+    EXPECT_LT(lines_in(terminal.read_to("")), 4u);
+    EXPECT_EQ(terminal.status(), 0);
+    EXPECT_EQ(lines_in(ask("list svis")), 41u) << "nobody is asked when no terminal is there";
+}
+
+TEST_F(Path, ALineThatKovctlDoesNotKnowRunsAtTheOtherEnd)
+{
+    serve();
+    client("arp");
+    EXPECT_NE(ask("-c arp show host").find("Messages received"), std::string::npos);
+    EXPECT_NE(ask("help").find("set geninfo"), std::string::npos);
+}
+
+} // namespace

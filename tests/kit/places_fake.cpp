@@ -1,0 +1,47 @@
+// The interfaces of the fake platform: those that a test has put there.
+#include "places.h"
+
+#include <fake/fake.h>
+
+namespace
+{
+
+fake::Interfaces &interfaces() { return fake::platform().interfaces; }
+
+} // namespace
+
+uint32_t kit::port_index(uint8_t slot, uint8_t port)
+{
+    const uint32_t ifindex = 0x10000000u | static_cast<uint32_t>(slot) << 8 | port;
+    interfaces().add_port(ifindex, slot, port);
+    return ifindex;
+}
+
+uint32_t kit::channel_index(uint16_t channel)
+{
+    const uint32_t ifindex = 0x20000000u | channel;
+    interfaces().add_channel(ifindex, channel);
+    return ifindex;
+}
+
+uint32_t kit::vlan_index(uint16_t vlan)
+{
+    const uint32_t ifindex = 0x30000000u | vlan;
+    interfaces().add_vlan(ifindex, "");
+    return ifindex;
+}
+
+uint32_t kit::bdi_index(uint16_t bridge_domain)
+{
+    const uint32_t ifindex = 0x40000000u | bridge_domain;
+    interfaces().add_bdi(ifindex, "");
+    return ifindex;
+}
+
+void kit::set_iod(int32_t iod, uint32_t ifindex)
+{
+    if (ifindex == 0)
+        interfaces().index_by_iod.erase(iod);
+    else
+        interfaces().index_by_iod[iod] = ifindex;
+}
