@@ -1,14 +1,11 @@
 // Registering with the server and withdrawing again. Both are one message; neither waits for an answer.
 #include "api/gate.h"
+#include "api/send.h"
 #include "api/trace.h"
 
 #include <kov/platform/ipc.h>
-#include <kov/platform/osal.h>
-#include <kov/platform/svcmgr.h>
 
-#include <cerrno>
 #include <cstring>
-#include <unistd.h>
 
 namespace
 {
@@ -39,23 +36,12 @@ bool send_request(u16 mtype, const char *name, s32 sap)
     kov_registration_request request = {};
     request.major = KOV_MSG_MAJOR;
     request.mtype = mtype;
-    request.pid = static_cast<u32>(getpid());
-    request.epid = osal_get_epid(static_cast<s32>(request.pid));
-    u64 mclock = 0;
-    orb_sys_mclock_get(&mclock);
-    request.mclock = mclock;
+    kov::stamp(request);
     request.uuid = kov_api.uuid;
     osal_strcpy(request.client_name, name, sizeof request.client_name);
     request.sap = sap;
     request.mtype_mask = kov_api.mtype_mask;
-    return ipc_send(kov_api.ipc_handle, KOV_SERVER_NODE, KOV_SERVER_SAP, KOV_OPC_CLIENT, &request,
-                    sizeof request, 0, 0, 0) == 0;
-}
-
-void trace_send_failure()
-{
-    const int error = errno;
-    KOV_TRACE("ipc_send() failed, err: %s", strerror(error));
+    return kov::send_to_server(KOV_OPC_CLIENT, &request, sizeof request);
 }
 
 } // namespace
@@ -86,7 +72,7 @@ u32 kov_register_client(s32 handle, const char *name, const u32 *mtypes, kov_not
 
     // Deliberate: after a failed send handle and mask stay, and the client counts as attached.
     if (!send_request(KOV_MTYPE_REGISTER, name, kov_api.sap)) {
-        trace_send_failure();
+        kov::trace_send_failure();
         set_option(0);
         return 0;
     }
@@ -108,7 +94,7 @@ u32 kov_deregister_client(void)
 
     const s32 sap = ipc_sap_get(kov_api.ipc_handle);
     if (!send_request(KOV_MTYPE_DEREGISTER, kov_api.client_name, sap)) {
-        trace_send_failure();
+        kov::trace_send_failure();
         return 0;
     }
     kov_api.registration_done = 0;
