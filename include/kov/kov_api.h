@@ -7,6 +7,7 @@
  *   kov_api.h         initialise, register, receive
  *   kov_query.h       what the fabric looks like now
  *   kov_enums.h       what the numbers in the answers mean
+ *   kov_events.h      tell the server about hosts
  *   kov_cache.h       control of the local cache
  *   kov_messages.h    the messages between client and server
  *   kov_records.h     the published records and their key
@@ -33,6 +34,7 @@
 #include <kov/kov_codec.h>
 #include <kov/kov_debug.h>
 #include <kov/kov_enums.h>
+#include <kov/kov_events.h>
 #include <kov/kov_messages.h>
 #include <kov/kov_query.h>
 #include <kov/kov_records.h>

@@ -19,6 +19,11 @@ KOV_BEGIN_DECLS
 #define KOV_SERVER_SAP 1248u
 #define KOV_OPC_CLIENT 0x3D400u
 
+/* What else goes to the server: one message each, without an answer (kov_events.h). */
+#define KOV_OPC_HOST_VERIFY 0x3D405u
+#define KOV_OPC_ARP_VERIFIED 0x13C04u
+#define KOV_OPC_ND_VERIFIED 0x14401u
+
 /* The transport option that is set on KOV_OPC_CLIENT while a client is registered. */
 #define KOV_OPC_CLIENT_OPTION 0x10u
 
@@ -137,6 +142,43 @@ typedef struct KOV_PACKED kov_suppress_arp_topo_update {
     uint32_t svi_ifindex; /* 0: none */
     uint32_t word_20;
 } kov_suppress_arp_topo_update;
+
+/* KOV_OPC_HOST_VERIFY, client to server: 50 bytes. */
+typedef struct KOV_PACKED kov_host_verify_msg {
+    char vrf_name[KOV_VRF_NAME_SIZE]; /* zero-filled; a name of 33 characters has no NUL */
+    uint8_t family;                   /* 1 IPv4, 0 IPv6 */
+    uint8_t addr[16];                 /* IPv4: 4 bytes in network order, then zeros; IPv6: all zero */
+} kov_host_verify_msg;
+
+/* KOV_OPC_ND_VERIFIED, client to server: 44 bytes, host order. */
+typedef struct KOV_PACKED kov_nd_verified_msg {
+    uint16_t major; /* KOV_ND_MAJOR */
+    uint16_t mtype; /* KOV_ND_MTYPE_VERIFIED */
+    uint32_t pid;
+    uint32_t epid;   /* the platform's endpoint id of the process */
+    uint64_t mclock; /* monotonic clock at sending */
+    uint8_t zero_20[2];
+    uint8_t addr[16]; /* IPv6 */
+    uint8_t zero_38[2];
+    int32_t iod; /* local number of the probed interface */
+} kov_nd_verified_msg;
+
+#define KOV_ND_MAJOR 37u
+#define KOV_ND_MTYPE_VERIFIED 30u
+
+/* KOV_OPC_ARP_VERIFIED, client to server: 56 bytes, host order. */
+typedef struct KOV_PACKED kov_arp_verified_msg {
+    uint32_t one; /* 1 */
+    uint32_t ifindex;
+    int32_t iod;
+    uint32_t phy_ifindex;
+    int32_t phy_iod;
+    uint8_t zero_20[8];
+    uint32_t addr; /* IPv4 */
+    uint8_t zero_32[18];
+    uint16_t vlan; /* the low 16 bits */
+    uint8_t zero_52[4];
+} kov_arp_verified_msg;
 
 /* Bytes of one record of a message of type `mtype`; 0 for types 1, 2, 3, 12 and all outside 4 to 20. */
 KOV_EXPORT uint32_t kov_get_clients_msg_data_sz(int32_t mtype);

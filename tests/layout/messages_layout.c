@@ -1,4 +1,5 @@
 /* The messages between a client and the server: what crosses the transport, byte by byte. */
+#include <kov/kov_events.h>
 #include <kov/kov_messages.h>
 
 #include "layout.h"
@@ -56,5 +57,42 @@ SIZE_IS(kov_suppress_arp_topo_update, 24);
 FIELD_IS(kov_suppress_arp_topo_update, bd, 0, 4);
 FIELD_IS(kov_suppress_arp_topo_update, svi_ifindex, 16, 4);
 FIELD_IS(kov_suppress_arp_topo_update, word_20, 20, 4);
+
+SIZE_IS(kov_host_verify_msg, 50);
+FIELD_IS(kov_host_verify_msg, vrf_name, 0, 33);
+FIELD_IS(kov_host_verify_msg, family, 33, 1);
+FIELD_IS(kov_host_verify_msg, addr, 34, 16);
+
+SIZE_IS(kov_nd_verified_msg, 44);
+FIELD_IS(kov_nd_verified_msg, major, 0, 2);
+FIELD_IS(kov_nd_verified_msg, mtype, 2, 2);
+FIELD_IS(kov_nd_verified_msg, pid, 4, 4);
+FIELD_IS(kov_nd_verified_msg, epid, 8, 4);
+FIELD_IS(kov_nd_verified_msg, mclock, 12, 8);
+FIELD_IS(kov_nd_verified_msg, zero_20, 20, 2);
+FIELD_IS(kov_nd_verified_msg, addr, 22, 16);
+FIELD_IS(kov_nd_verified_msg, zero_38, 38, 2);
+FIELD_IS(kov_nd_verified_msg, iod, 40, 4);
+
+SIZE_IS(kov_arp_verified_msg, 56);
+FIELD_IS(kov_arp_verified_msg, one, 0, 4);
+FIELD_IS(kov_arp_verified_msg, ifindex, 4, 4);
+FIELD_IS(kov_arp_verified_msg, iod, 8, 4);
+FIELD_IS(kov_arp_verified_msg, phy_ifindex, 12, 4);
+FIELD_IS(kov_arp_verified_msg, phy_iod, 16, 4);
+FIELD_IS(kov_arp_verified_msg, zero_20, 20, 8);
+FIELD_IS(kov_arp_verified_msg, addr, 28, 4);
+FIELD_IS(kov_arp_verified_msg, zero_32, 32, 18);
+FIELD_IS(kov_arp_verified_msg, vlan, 50, 2);
+FIELD_IS(kov_arp_verified_msg, zero_52, 52, 4);
+
+/* What a client passes in: nine words. */
+SIZE_IS(kov_host_verified, 36);
+FIELD_IS(kov_host_verified, addr, 0, 16);
+FIELD_IS(kov_host_verified, vlan, 16, 4);
+FIELD_IS(kov_host_verified, ifindex, 20, 4);
+FIELD_IS(kov_host_verified, iod, 24, 4);
+FIELD_IS(kov_host_verified, phy_ifindex, 28, 4);
+FIELD_IS(kov_host_verified, phy_iod, 32, 4);
 
 LAYOUT_MAIN("the messages")
