@@ -220,6 +220,13 @@ uint32_t kov_host_ifindex_parse(const char *name);
  * interface's. */
 int kov_host_iod_set(int32_t iod, uint32_t ifindex);
 
+/* ---- The card -------------------------------------------------------------------------------------- */
+
+/* Gives this process a card of the type `type`, 0 to 65535, which get_card_module_info of kov/platform/card.h
+ * then reads; below 0 takes it away. To begin with there is none, and the card cannot be read. The card types
+ * that support both KOV features are 0x2101 to 0x210d and 0x2201 to 0x220d. -1 for a type above 65535. */
+int kov_host_card_set(int32_t type);
+
 /* ---- Codec errors ---------------------------------------------------------------------------------- */
 
 /* Says who gets the text of each fcodec_error_print (at most 511 characters; it holds during the call only).

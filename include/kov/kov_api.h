@@ -7,6 +7,7 @@
  *   kov_api.h         initialise, register, receive
  *   kov_query.h       what the fabric looks like now
  *   kov_enums.h       what the numbers in the answers mean
+ *   kov_capability.h  what the switch itself can do
  *   kov_events.h      tell the server about hosts
  *   kov_cache.h       control of the local cache
  *   kov_messages.h    the messages between client and server
@@ -30,6 +31,7 @@
 
 #include <kov/kov_base.h>
 #include <kov/kov_cache.h>
+#include <kov/kov_capability.h>
 #include <kov/kov_catalogue.h>
 #include <kov/kov_codec.h>
 #include <kov/kov_debug.h>

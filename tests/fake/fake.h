@@ -241,7 +241,7 @@ struct Routes {
 };
 
 struct Card {
-    uint16_t type = 0;                        // the card type code
+    std::optional<uint16_t> type = 0;         // the card type code; unset: the card cannot be read
     std::function<void(uint32_t *)> provider; // set: what dlsym finds as "kov_pd_get_platform_cap"
 };
 

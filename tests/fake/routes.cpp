@@ -1,6 +1,8 @@
 // Routes, VRF names, status texts and the card.
 #include "internal.h"
 
+#include <kov/platform/card.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -32,7 +34,6 @@ bool same_text(const char *a, const char *b)
 extern "C" {
 
 void *__real_dlsym(void *handle, const char *name);
-extern const uint16_t card_types_supporting_both[26];
 
 const uint16_t card_types_supporting_both[26] = {
     0x0101, 0x0102, 0x0103, 0x0104, 0x0105, 0x0106, 0x0107, 0x0108, 0x0109, 0x010A, 0x010B, 0x010C, 0x010D,
@@ -74,9 +75,10 @@ const char *syserr2str(int status)
 
 int get_card_module_info(void *info6)
 {
-    if (enter(Call::get_card_module_info))
+    const auto &type = platform().card.type;
+    if (enter(Call::get_card_module_info) || !type)
         return EIO;
-    std::memcpy(static_cast<uint8_t *>(info6) + 2, &platform().card.type, sizeof platform().card.type);
+    std::memcpy(static_cast<uint8_t *>(info6) + 2, &*type, sizeof *type);
     return 0;
 }
 

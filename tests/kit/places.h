@@ -1,5 +1,6 @@
-// The interfaces of the platform under test. What an index looks like is the platform's business, so whoever
-// brings a platform to the kit also brings a source with these functions (places_host.cpp, places_fake.cpp).
+// The interfaces and the card of the platform under test. What an index looks like is the platform's
+// business, so whoever brings a platform to the kit also brings a source with these functions
+// (places_host.cpp, places_fake.cpp).
 #pragma once
 
 #include <cstdint>
@@ -16,5 +17,9 @@ uint32_t bdi_index(uint16_t bridge_domain);
 
 // Gives an interface the local number `iod`; index 0 takes the number back.
 void set_iod(int32_t iod, uint32_t ifindex);
+
+// Gives the machine a card of a type, or takes the card away, so that it cannot be read.
+void set_card(uint16_t type);
+void remove_card();
 
 } // namespace kit

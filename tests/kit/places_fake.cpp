@@ -1,4 +1,4 @@
-// The interfaces of the fake platform: those that a test has put there.
+// The interfaces and the card of the fake platform: those that a test has put there.
 #include "places.h"
 
 #include <fake/fake.h>
@@ -45,3 +45,6 @@ void kit::set_iod(int32_t iod, uint32_t ifindex)
     else
         interfaces().index_by_iod[iod] = ifindex;
 }
+
+void kit::set_card(uint16_t type) { fake::platform().card.type = type; }
+void kit::remove_card() { fake::platform().card.type.reset(); }

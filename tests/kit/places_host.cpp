@@ -1,4 +1,4 @@
-// The interfaces of libkov_host: every index exists, and its name says which it is.
+// The interfaces of libkov_host: every index exists, and its name says which it is. And its card.
 #include "places.h"
 
 #include <kov_host.h>
@@ -33,3 +33,11 @@ void kit::set_iod(int32_t iod, uint32_t ifindex)
     if (kov_host_iod_set(iod, ifindex) != 0)
         throw std::invalid_argument(kov_host_error());
 }
+
+void kit::set_card(uint16_t type)
+{
+    if (kov_host_card_set(type) != 0)
+        throw std::invalid_argument(kov_host_error());
+}
+
+void kit::remove_card() { kov_host_card_set(-1); }
