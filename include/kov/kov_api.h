@@ -6,6 +6,7 @@
  *   kov_base.h        conventions of every call: read them first
  *   kov_api.h         initialise, register, receive
  *   kov_query.h       what the fabric looks like now
+ *   kov_svi_list.h    all SVIs in a ferro forwarding mode
  *   kov_enums.h       what the numbers in the answers mean
  *   kov_capability.h  what the switch itself can do
  *   kov_events.h      tell the server about hosts
@@ -40,6 +41,7 @@
 #include <kov/kov_messages.h>
 #include <kov/kov_query.h>
 #include <kov/kov_records.h>
+#include <kov/kov_svi_list.h>
 #include <kov/platform/ipc.h>
 
 KOV_BEGIN_DECLS

@@ -66,6 +66,39 @@ KOV_EXPORT uint32_t kov_get_global_mobdom(char *out);
  * initialised. [9 or 18] */
 KOV_EXPORT uint32_t kov_get_fwd_mode(uint32_t svi_ifindex);
 
+/* An SVI and the physical interface behind which somebody asks. */
+typedef struct kov_fwd_mode_params {
+    uint32_t svi_ifindex;
+    uint32_t phy_ifindex;
+} kov_fwd_mode_params;
+
+/* The mode of kov_get_fwd_mode, except that a proxy gateway is 3 (conditional) when port tracking is on for
+ * the physical interface. 4 when not initialised or for null `params`. [9 or 18, and 10] */
+KOV_EXPORT uint32_t kov_check_forwarding_mode(const kov_fwd_mode_params *params);
+
+/* How ARP/ND is proxied for a request that came in by a layer-2 port: for an SVI in mode 1, 3 when port
+ * tracking is on for the port and 1 when it is not; 2 for every other SVI, standard and unknown ones
+ * included; 4 when not initialised. [9 or 18, and 10] */
+KOV_EXPORT uint32_t kov_check_proxy_mode(uint32_t svi_ifindex, uint32_t l2_port);
+
+/* enum kov_suppress_arp_mode of a bridge domain; 0 when unknown or not initialised. [19] */
+KOV_EXPORT uint32_t kov_get_suppress_arp_mode(uint32_t sw_bd);
+
+/* Non-zero (the record's word as it stands) when the SVI suppresses ARP; 0 when it does not, is unknown or no
+ * SVI. From the cache only for a client that registered for 19 and one of 9, 18. */
+KOV_EXPORT uint32_t kov_is_suppress_arp_enabled_ferro_svi(uint32_t svi_ifindex);
+
+/* 1 for an SVI (a VLAN or bridge-domain interface), else 0. An `ifindex` of 0 is looked up by `iod`, the
+ * interface's local number; both 0 is no interface. Looks at no record and needs no initialised library. */
+KOV_EXPORT uint32_t kov_is_intf_ferro_capable(uint32_t iod, uint32_t ifindex);
+
+/* 1 when the KOV server wants to hear of an address event on the interface with local number `iod`: the
+ * interface has an SVI record, and the address is IPv4 (`family` 1) or an IPv6 one (2) that is not
+ * link-local (fe80::/10). `addr` is in network order, read for family 2 only, and then 2 bytes of it; null
+ * counts as not link-local. `unused` is ignored. Else 0. [9 or 18] */
+KOV_EXPORT uint32_t kov_check_am_should_notify(int32_t iod, const uint8_t *addr, uint32_t unused,
+                                               int32_t family);
+
 /* 1 when port tracking, or port L2DCI, is on for a physical port or port-channel; 0 when it is off, unknown,
  * or the interface is neither. [10] and [20] */
 KOV_EXPORT uint32_t kov_get_port_tracking(uint32_t ifindex);

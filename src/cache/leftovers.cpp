@@ -23,7 +23,8 @@ void free_entries(u32 type)
 void kov::free_cache_leftovers()
 {
     kov_cache_free(kov_api.cache[KOV_RDB_GENINFO].data);
-    for (const u32 type : {KOV_RDB_SVIINFO, KOV_RDB_PORT_TRACKING, KOV_RDB_PORT_L2DCI})
+    for (const u32 type :
+         {KOV_RDB_SVIINFO, KOV_RDB_PORT_TRACKING, KOV_RDB_PORT_L2DCI, KOV_RDB_L2RIB_TOPO_INFO})
         free_entries(type);
     kov_cache_free(kov_api.fabric_ctrl_svi);
 }

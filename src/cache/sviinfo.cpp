@@ -168,6 +168,14 @@ u32 kov_cache_sviinfo(const kov_rdb_sviinfo_t *rec, u32 svi_ifindex)
     return 1;
 }
 
+bool kov::reread_sviinfo(u32 svi_ifindex)
+{
+    const kov_rdb_sviinfo_t *rec = kov_get_sviinfo_from_rdb(svi_ifindex, 1);
+    if (rec)
+        kov_cache_sviinfo(rec, svi_ifindex);
+    return rec != nullptr;
+}
+
 u32 kov_clear_cache_sviinfo(const kov_svi_cache_entry *entry, u32 svi_ifindex)
 {
     if (svi_ifindex == 0) {

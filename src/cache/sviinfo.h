@@ -40,4 +40,7 @@ namespace kov
 void *lookup_sviinfo(const kov_rdb_key &key);
 void *step_sviinfo(kov_rdb_iter &iter);
 
+// Applies an SVI as the database has it now; false when it has none. It refills the decode buffer.
+bool reread_sviinfo(u32 svi_ifindex);
+
 } // namespace kov

@@ -2,6 +2,7 @@
 
 #include "cache/desc.h"
 #include "cache/geninfo.h"
+#include "cache/l2rib.h"
 #include "cache/slots.h"
 #include "cache/sviinfo.h"
 
@@ -25,7 +26,8 @@ constexpr kov::cache_type cache_types[] = {
     no_cache, // aggregate subnet prefixes
     {kov_cache_rdb_port_l2dci,    kov_clear_cache_rdb_port_l2dci,
      kov::lookup_port_l2dci,      kov::step_port_l2dci},
-    no_cache, // L2RIB topology
+    {kov_cache_rdb_l2rib_topo_info, kov_clear_cache_rdb_l2rib_topo_info,
+     kov::lookup_l2rib_topo_info, kov::step_l2rib_topo_info},
 };
 // clang-format on
 

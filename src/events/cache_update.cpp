@@ -1,9 +1,12 @@
 #include "events/cache_update.h"
 
+#include "api/bytes.h"
 #include "api/trace.h"
 #include "cache/desc.h"
 #include "cache/keys.h"
+#include "cache/sviinfo.h"
 #include "cache/types.h"
+#include "platform/slot_port.h"
 #include "wire/convert.h"
 
 namespace
@@ -23,6 +26,32 @@ refresh_key no_key(const u8 *, u32) { return {true, nullptr}; }
 // is read at its true place.
 refresh_key svi_key(const u8 *records, u32 index) { return {true, records + sizeof(u32) * index}; }
 
+// The slot of a port, counted from 1, in static storage.
+refresh_key slot_key(const u8 *records, u32 index)
+{
+    static u8 slot;
+    u8 port = 0;
+    const auto ifindex = kov::load<u32>(records + sizeof(u32) * index);
+    if (kov_ifindex_get_slot_port(ifindex, slot, port) != 0) {
+        KOV_TRACE("kov_ifindex_get_slot_port failed with ifindex 0x%08x [slot/port: %d/%d]", ifindex,
+                  int{slot}, int{port});
+        return {false, nullptr};
+    }
+    ++slot;
+    return {true, &slot};
+}
+
+// A topology's record begins with its number, which is the key. What the topology says of ARP suppression is
+// part of its SVI, so that one is read again first.
+refresh_key topology_key(const u8 *records, u32 index)
+{
+    const u8 *record = records + sizeof(kov_suppress_arp_topo_update) * index;
+    const auto svi = kov::load<u32>(record + offsetof(kov_suppress_arp_topo_update, svi_ifindex));
+    if (svi && kov::reread_sviinfo(svi))
+        KOV_TRACE("Reset Suppress ARP for Svi %s", kov_ifindex_name_str(svi));
+    return {true, record};
+}
+
 refresh_key underivable(const u8 *, u32) { return {false, nullptr}; }
 
 // clang-format off
@@ -30,10 +59,10 @@ constexpr derive_fn derivations[] = {
     underivable,
     no_key,      // general information: the one record is read again
     svi_key,     // SVI information
-    underivable, // port tracking
+    slot_key,    // port tracking
     underivable, // aggregate prefixes
-    underivable, // port L2DCI
-    underivable, // L2RIB topology
+    slot_key,     // port L2DCI
+    topology_key, // L2RIB topology
 };
 // clang-format on
 

@@ -1,5 +1,7 @@
 #include "platform/slot_port.h"
 
+#include "platform/interface_types.h"
+
 #include <kov/platform/interfaces.h>
 
 namespace

@@ -5,6 +5,7 @@
 #include "cache/keys.h"
 #include "cache/lookup.h"
 #include "platform/bit_set.h"
+#include "platform/interface_types.h"
 #include "platform/slot_port.h"
 
 #include <kov/platform/interfaces.h>

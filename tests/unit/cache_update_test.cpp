@@ -1,10 +1,6 @@
-// Update messages turned into refreshes: of the general information and of SVIs.
-#include "lab.h"
-
-#include "events/cache_update.h"
-
-#include <cstring>
-#include <memory>
+// Update messages turned into refreshes: which messages are, and those of the general information and of
+// SVIs.
+#include "update_message.h"
 
 namespace
 {
@@ -40,22 +36,6 @@ protected:
         return record;
     }
 
-    // A message in host order at an odd address, in a block that ends with it.
-    template <class... Records>
-    uint32_t update(uint16_t mtype, const Records &...records)
-    {
-        Bytes bytes(161);
-        const uint32_t count = sizeof...(records);
-        std::memcpy(&bytes[2], &mtype, sizeof mtype);
-        std::memcpy(&bytes[20], &count, sizeof count);
-        (bytes.insert(bytes.end(), reinterpret_cast<const uint8_t *>(&records),
-                      reinterpret_cast<const uint8_t *>(&records) + sizeof records),
-         ...);
-        const std::unique_ptr<uint8_t[]> block(new uint8_t[bytes.size() + 1]);
-        std::memcpy(block.get() + 1, bytes.data(), bytes.size());
-        return kov_update_cache_rdb_data(reinterpret_cast<const kov_client_msg *>(block.get() + 1));
-    }
-
     // So many zero records of the type's size behind a header.
     uint32_t update_with_zeros(uint16_t mtype, uint32_t count)
     {
@@ -88,7 +68,7 @@ TEST_F(CacheUpdate, ATypeWithoutARecordTypeIsRefusedWithoutATrace)
 {
     cache();
     for (const unsigned mtype : {0u, 1u, 2u, 3u, 12u, 21u, 22u, 0x104u, 0xFFFFu})
-        EXPECT_EQ(update(static_cast<uint16_t>(mtype), kov_word_update{10}), 0u) << mtype;
+        EXPECT_EQ(apply_update(static_cast<uint16_t>(mtype), kov_word_update{10}), 0u) << mtype;
     expect_traces({});
 }
 
@@ -117,7 +97,7 @@ TEST_F(CacheUpdate, OneCachedTypeDoesNotLetInAnother)
     register_and_acknowledge({4});
     debug_on();
     clear_traces();
-    EXPECT_EQ(update(9, kov_word_update{10}), 0u);
+    EXPECT_EQ(apply_update(9, kov_word_update{10}), 0u);
     expect_traces({"Updating cache not enabled for rdb_type 2"});
 }
 
@@ -126,8 +106,8 @@ TEST_F(CacheUpdate, AMessageWithoutRecordsIsAppliedAndReadsNothing)
     cache();
     const Counters before[] = {counters(KOV_RDB_GENINFO), counters(KOV_RDB_SVIINFO)};
     platform.calls.clear();
-    EXPECT_EQ(update(4), 1u);
-    EXPECT_EQ(update(9), 1u);
+    EXPECT_EQ(apply_update(4), 1u);
+    EXPECT_EQ(apply_update(9), 1u);
     expect_counters(KOV_RDB_GENINFO, before[0]);
     expect_counters(KOV_RDB_SVIINFO, before[1]);
     EXPECT_TRUE(platform.calls.log().empty());
@@ -160,7 +140,7 @@ TEST_F(CacheUpdate, ARefreshOfTheGeneralInformationIsTracedStepByStep)
 {
     publish(general(1));
     cache();
-    EXPECT_EQ(update(4, kov_word_update{1}), 1u);
+    EXPECT_EQ(apply_update(4, kov_word_update{1}), 1u);
     expect_traces({"Doing RDB based lookup for 1", "KOV RDB Geninfo is cached/updated"});
 }
 
@@ -169,10 +149,10 @@ TEST_F(CacheUpdate, AGeneralRecordThatIsGoneLeavesTheCacheWithoutLeavingCaching)
     publish(general(1));
     cache();
     withdraw(key_of(KOV_RDB_GENINFO));
-    EXPECT_EQ(update(4, kov_word_update{1}), 1u);
+    EXPECT_EQ(apply_update(4, kov_word_update{1}), 1u);
     expect_counters(KOV_RDB_GENINFO, {.cached = 1, .update_hits = 1, .rdb_hits = 2});
     publish(general(2));
-    EXPECT_EQ(update(4, kov_word_update{1}), 1u);
+    EXPECT_EQ(apply_update(4, kov_word_update{1}), 1u);
     expect_counters(KOV_RDB_GENINFO,
                     {.cached = 1, .update_hits = 2, .rdb_hits = 3, .allocs = 1, .bytes = 181, .data = true});
 }
@@ -207,12 +187,12 @@ TEST_F(CacheUpdate, AnSviIsReadAgainUnderTheIndexThatTheRecordNames)
     for (const uint16_t mtype : {uint16_t{9}, uint16_t{15}}) {
         publish(svi(10));
         publish(svi(20));
-        EXPECT_EQ(update(mtype, kov_word_update{10}), 1u);
+        EXPECT_EQ(apply_update(mtype, kov_word_update{10}), 1u);
         EXPECT_EQ(kov_get_fwd_mode(10), 2u);
         EXPECT_EQ(kov_get_fwd_mode(20), 0u) << "published, but not announced";
         withdraw(key_of(KOV_RDB_SVIINFO, 10));
         EXPECT_EQ(kov_get_fwd_mode(10), 2u) << "withdrawn, but not announced";
-        EXPECT_EQ(update(mtype, kov_word_update{10}), 1u);
+        EXPECT_EQ(apply_update(mtype, kov_word_update{10}), 1u);
         EXPECT_EQ(kov_get_fwd_mode(10), 0u);
         expect_counters(KOV_RDB_SVIINFO, {.cached = 1,
                                           .cache_hits = mtype == 9 ? 4u : 8u,
@@ -227,7 +207,7 @@ TEST_F(CacheUpdate, EachRecordOfAMessageIsApplied)
     cache();
     for (const uint32_t ifindex : {10u, 20u, 30u})
         publish(svi(ifindex));
-    EXPECT_EQ(update(9, kov_word_update{10}, kov_word_update{20}, kov_word_update{30}), 1u);
+    EXPECT_EQ(apply_update(9, kov_word_update{10}, kov_word_update{20}, kov_word_update{30}), 1u);
     expect_counters(KOV_RDB_SVIINFO,
                     {.cached = 1, .update_hits = 3, .rdb_hits = 4, .allocs = 3, .bytes = 48, .data = true});
 }
@@ -236,7 +216,7 @@ TEST_F(CacheUpdate, ARefreshOfAnSviIsTracedStepByStep)
 {
     cache();
     publish(svi(10));
-    EXPECT_EQ(update(9, kov_word_update{10}), 1u);
+    EXPECT_EQ(apply_update(9, kov_word_update{10}), 1u);
     expect_traces({"Doing RDB based lookup for 2", "Not a Fabric Control SVI vlan10",
                    "Created sviinfo for vlan10 from KOV RDB cache", "KOV RDB Sviinfo is cached/updated",
                    "KOV RDB vlan10 Sviinfo is cached/Updated"});
@@ -284,7 +264,7 @@ TEST_F(CacheUpdate, AnSviWithIndex0IsNoneAndTheNextRecordIsStillApplied)
 {
     cache();
     publish(svi(10));
-    EXPECT_EQ(update(9, kov_word_update{0}, kov_word_update{10}), 1u);
+    EXPECT_EQ(apply_update(9, kov_word_update{0}, kov_word_update{10}), 1u);
     EXPECT_TRUE(traced("kov_cache_sviinfo(): Invalid svi ifindex"));
     EXPECT_FALSE(traced("Updating failed for rdb_type: 2"));
     expect_counters(KOV_RDB_SVIINFO,
@@ -298,7 +278,7 @@ TEST_F(CacheUpdate, AnSviThatFindsNoMemoryIsSkippedAndTheNextIsApplied)
     publish(svi(20));
     for (const Call call : {Call::alloc, Call::pt_add}) {
         platform.calls.fail(call);
-        EXPECT_EQ(update(9, kov_word_update{10}, kov_word_update{20}), 1u);
+        EXPECT_EQ(apply_update(9, kov_word_update{10}, kov_word_update{20}), 1u);
         EXPECT_EQ(kov_get_fwd_mode(10), 0u);
         EXPECT_EQ(kov_get_fwd_mode(20), 2u);
         EXPECT_EQ(counters(KOV_RDB_SVIINFO).updating, 0u);
@@ -331,7 +311,7 @@ TEST_F(CacheUpdate, ADamagedRecordReadsAsOneOfZerosAndTakesTheSviOutOfTheCache)
     cache();
     EXPECT_EQ(counters(KOV_RDB_SVIINFO).allocs, 1u);
     publish_bytes(key_of(KOV_RDB_SVIINFO, 10), Bytes{1, 2, 3});
-    EXPECT_EQ(update(9, kov_word_update{10}), 1u);
+    EXPECT_EQ(apply_update(9, kov_word_update{10}), 1u);
     expect_counters(KOV_RDB_SVIINFO, {.cached = 1, .update_hits = 1, .rdb_hits = 3, .data = true});
 }
 

@@ -40,6 +40,10 @@ protected:
         publish(svi);
         publish(static_cast<uint8_t>(number), kov_rdb_port_tracking_t{});
         publish(static_cast<uint8_t>(number), kov_rdb_port_l2dci_t{});
+        // Its number reads the same forwards and backwards, so that a clear of all removes it.
+        kov_rdb_l2rib_topo_info_t topology = {};
+        topology.bd = number * 0x01000001;
+        publish(topology);
     }
 
     static void fill() { EXPECT_EQ(GetParam().fill(1, nullptr), 1u); }
@@ -96,6 +100,8 @@ constexpr Cache caches[] = {
     {"Svis",         KOV_RDB_SVIINFO,       kov_cache_rdb_sviinfo,       kov_clear_cache_rdb_sviinfo,       3},
     {"PortTracking", KOV_RDB_PORT_TRACKING, kov_cache_rdb_port_tracking, kov_clear_cache_rdb_port_tracking, 3},
     {"PortL2dci",    KOV_RDB_PORT_L2DCI,    kov_cache_rdb_port_l2dci,    kov_clear_cache_rdb_port_l2dci,    3},
+    {"Topologies",   KOV_RDB_L2RIB_TOPO_INFO, kov_cache_rdb_l2rib_topo_info,
+                                            kov_clear_cache_rdb_l2rib_topo_info,                            3},
 };
 // clang-format on
 
