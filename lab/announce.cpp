@@ -1,7 +1,6 @@
 #include "announce.h"
 
 #include "fields.h"
-#include "scenario.h"
 
 #include <algorithm>
 
@@ -82,8 +81,47 @@ std::vector<Notice> svi_notices(const kov_rdb_sviinfo_t &before, const kov_rdb_s
     return {{types, message}};
 }
 
+std::vector<Notice> topology_notices(const kov_rdb_l2rib_topo_info_t &topology,
+                                     const std::vector<kov_rdb_sviinfo_t> &svis)
+{
+    std::vector<Notice> notices = {
+        {{KOV_MTYPE_SUPPRESS_ARP_TOPO}, [topology](std::uint32_t) { return topology_message(topology); }}};
+    for (const kov_rdb_sviinfo_t &svi : svis) {
+        Notice notice{svi_types, [svi](std::uint32_t mtype) { return svi_message(mtype, svi); }};
+        if (svi.svi_ifindex == topology.suppress_arp_l3_svi) {
+            notice.types.push_back(KOV_MTYPE_SUPPRESS_ARP_TOPO);
+            notice.unless_told = true;
+        }
+        notices.push_back(std::move(notice));
+    }
+    return notices;
+}
+
+std::vector<Notice> port_notices(std::uint32_t port, const PortBits &before, const PortBits &now,
+                                 std::uint32_t as)
+{
+    std::vector<Notice> notices;
+    const Types changed = as != 0 ? Types{as} : changed_types(port_fields(), &before, &now);
+    for (const std::uint32_t mtype : changed)
+        notices.push_back({{mtype}, [port](std::uint32_t type) { return port_message(type, port); }});
+    return notices;
+}
+
+std::vector<Notice> prefix_notices(const Prefix &prefix)
+{
+    return {{{KOV_MTYPE_AGGR_SUB_PFX},
+             [prefix](std::uint32_t) { return prefix_message(prefix.vrf, prefix.network); }}};
+}
+
 bool is_geninfo_type(std::uint32_t mtype) { return contains(geninfo_types, mtype); }
 
 bool is_svi_type(std::uint32_t mtype) { return contains(svi_types, mtype); }
+
+bool is_topology_type(std::uint32_t mtype) { return mtype == KOV_MTYPE_SUPPRESS_ARP_TOPO; }
+
+bool is_port_type(std::uint32_t mtype)
+{
+    return mtype == KOV_MTYPE_PORT_TRACKING || mtype == KOV_MTYPE_PORT_L2DCI;
+}
 
 } // namespace kov_lab

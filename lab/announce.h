@@ -6,9 +6,9 @@
 #pragma once
 
 #include "messages.h"
+#include "scenario.h"
 
 #include <functional>
-#include <map>
 
 namespace kov_lab
 {
@@ -19,8 +19,6 @@ struct Notice {
     bool unless_told = false; // not for clients that an earlier notice of the change told by one of `types`
 };
 
-using Svis = std::map<std::uint32_t, kov_rdb_sviinfo_t>;
-
 // Each changed field chooses its type. `as` forces one type instead (0: none). Empty when nothing changed.
 std::vector<Notice> geninfo_notices(const kov_rdb_geninfo_t &before, const kov_rdb_geninfo_t &now,
                                     const Svis &svis, std::uint32_t as = 0);
@@ -29,7 +27,21 @@ std::vector<Notice> geninfo_notices(const kov_rdb_geninfo_t &before, const kov_r
 std::vector<Notice> svi_notices(const kov_rdb_sviinfo_t &before, const kov_rdb_sviinfo_t &now,
                                 std::uint32_t as = 0);
 
+// Type 19. `svis` are those that this has changed, now; the topology's own is read again by whoever gets type
+// 19, and told as an SVI to everybody else.
+std::vector<Notice> topology_notices(const kov_rdb_l2rib_topo_info_t &topology,
+                                     const std::vector<kov_rdb_sviinfo_t> &svis);
+
+// Type 10, 20 or both. `as` forces one type.
+std::vector<Notice> port_notices(std::uint32_t port, const PortBits &before, const PortBits &now,
+                                 std::uint32_t as = 0);
+
+// Type 8, whether the prefix has come or gone.
+std::vector<Notice> prefix_notices(const Prefix &prefix);
+
 bool is_geninfo_type(std::uint32_t mtype);
 bool is_svi_type(std::uint32_t mtype);
+bool is_topology_type(std::uint32_t mtype);
+bool is_port_type(std::uint32_t mtype);
 
 } // namespace kov_lab

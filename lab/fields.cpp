@@ -1,5 +1,6 @@
 #include "fields.h"
 
+#include "interfaces.h"
 #include "values.h"
 
 #include <kov/kov_messages.h>
@@ -17,6 +18,8 @@ constexpr std::uint32_t any = std::numeric_limits<std::uint32_t>::max();
 
 #define GENERAL(NAME) #NAME, offsetof(kov_rdb_geninfo_t, NAME), sizeof(kov_rdb_geninfo_t::NAME)
 #define SVI(NAME) #NAME, offsetof(kov_rdb_sviinfo_t, NAME), sizeof(kov_rdb_sviinfo_t::NAME)
+#define TOPOLOGY(NAME) offsetof(kov_rdb_l2rib_topo_info_t, NAME), sizeof(kov_rdb_l2rib_topo_info_t::NAME)
+#define PORT(NAME) #NAME, offsetof(PortBits, NAME), sizeof(PortBits::NAME)
 
 constexpr Field row(const char *name, std::size_t offset, std::size_t width, Kind kind, std::uint32_t mtype,
                     std::uint32_t low = 0, std::uint32_t high = any)
@@ -56,10 +59,26 @@ constexpr Field svi_rows[] = {
     row(SVI(svi_word10),         Kind::number,    KOV_MTYPE_SVI_FWD_MODE),
     row(SVI(vaddr_bound),        Kind::yes_no,    KOV_MTYPE_FABRIC_CTRL_SEG),
 };
+
+constexpr std::uint32_t highest_vni = 0xffffff;
+
+constexpr Field topology_rows[] = {
+    row("vni",                  TOPOLOGY(vni),                  Kind::number,   KOV_MTYPE_SUPPRESS_ARP_TOPO, 0, highest_vni),
+    row("suppress_arp_enabled", TOPOLOGY(suppress_arp_enabled), Kind::yes_no,   KOV_MTYPE_SUPPRESS_ARP_TOPO),
+    row("suppress_arp_mode",    TOPOLOGY(suppress_arp_mode),    Kind::suppress, KOV_MTYPE_SUPPRESS_ARP_TOPO),
+    row("svi",                  TOPOLOGY(suppress_arp_l3_svi),  Kind::svi,      KOV_MTYPE_SUPPRESS_ARP_TOPO),
+};
+
+constexpr Field port_rows[] = {
+    row(PORT(tracking), Kind::on_off, KOV_MTYPE_PORT_TRACKING),
+    row(PORT(l2dci),    Kind::on_off, KOV_MTYPE_PORT_L2DCI),
+};
 // clang-format on
 
 #undef GENERAL
 #undef SVI
+#undef TOPOLOGY
+#undef PORT
 
 std::uint32_t load_number(const Field &field, const std::uint8_t *at)
 {
@@ -112,12 +131,24 @@ std::span<const Field> geninfo_fields() { return general_rows; }
 
 std::span<const Field> svi_fields() { return svi_rows; }
 
+std::span<const Field> topology_fields() { return topology_rows; }
+
+std::span<const Field> port_fields() { return port_rows; }
+
 const Field *find_field(std::span<const Field> fields, std::string_view name)
 {
     for (const Field &field : fields)
         if (name == field.name)
             return &field;
     return nullptr;
+}
+
+std::string names_of(std::span<const Field> fields)
+{
+    std::string names;
+    for (const Field &field : fields)
+        names += (names.empty() ? "" : ", ") + std::string(field.name);
+    return names;
 }
 
 bool set_field(const Field &field, void *record, std::string_view text, std::string &why)
@@ -127,11 +158,14 @@ bool set_field(const Field &field, void *record, std::string_view text, std::str
     case Kind::number:
         return store_number(field, at, parse_number(text, field.low, field.high, why));
     case Kind::yes_no:
-        return store_number(field, at, parse_yes_no(text, why));
+    case Kind::on_off:
+        return store_number(field, at, parse_switch(text, why));
     case Kind::fwd_mode:
         return store_number(field, at, parse_word(fwd_mode_words, text, why));
     case Kind::encap:
         return store_number(field, at, parse_word(encap_words, text, why));
+    case Kind::suppress:
+        return store_number(field, at, parse_word(suppress_mode_words, text, why));
     case Kind::roles:
         return store_number(field, at, parse_roles(text, why));
     case Kind::svi:
@@ -156,14 +190,18 @@ std::string field_text(const Field &field, const void *record)
         return std::to_string(load_number(field, at));
     case Kind::yes_no:
         return load_number(field, at) != 0 ? "yes" : "no";
+    case Kind::on_off:
+        return load_number(field, at) != 0 ? "on" : "off";
     case Kind::fwd_mode:
         return word_of(fwd_mode_words, load_number(field, at));
     case Kind::encap:
         return word_of(encap_words, load_number(field, at));
+    case Kind::suppress:
+        return word_of(suppress_mode_words, load_number(field, at));
     case Kind::roles:
         return roles_text(load_number(field, at));
     case Kind::svi:
-        return name_of_svi(load_number(field, at));
+        return name_of_interface(load_number(field, at));
     case Kind::mac:
         return mac_text(at);
     case Kind::v4_prefix:

@@ -23,8 +23,10 @@ namespace kov_lab
 enum class Kind {
     number,    // 42
     yes_no,    // yes, no
+    on_off,    // on, off
     fwd_mode,  // standard, proxy-gateway, anycast-gateway, conditional-proxy-gateway
     encap,     // fabric, vxlan
+    suppress,  // disabled, l2, l2-l3
     roles,     // leaf, border, spine, dci-node; several joined by "+"; none
     mac,       // 0011.2233.4455 or 00:11:22:33:44:55
     v4_prefix, // 10.1.2.1/24, or none
@@ -44,9 +46,20 @@ struct Field {
 };
 
 std::span<const Field> geninfo_fields();
-std::span<const Field> svi_fields(); // without the key, svi_ifindex
+std::span<const Field> svi_fields();      // without the key, svi_ifindex
+std::span<const Field> topology_fields(); // without the key, bd
+std::span<const Field> port_fields();     // of a PortBits
+
+// What the records of a port's slot say about it, gathered.
+struct PortBits {
+    std::uint32_t tracking = 0;
+    std::uint32_t l2dci = 0;
+
+    bool operator==(const PortBits &) const = default;
+};
 
 const Field *find_field(std::span<const Field> fields, std::string_view name);
+std::string names_of(std::span<const Field> fields);
 
 // Stores a text. False: `why` says what is wrong with it.
 bool set_field(const Field &field, void *record, std::string_view text, std::string &why);
@@ -55,9 +68,5 @@ bool set_field(const Field &field, void *record, std::string_view text, std::str
 std::string field_text(const Field &field, const void *record);
 
 bool same_field(const Field &field, const void *left, const void *right);
-
-// The interface index of an SVI's name; 0 with `why` for everything else, other kinds of interface included.
-std::uint32_t svi_of_name(std::string_view name, std::string &why);
-std::string name_of_svi(std::uint32_t ifindex);
 
 } // namespace kov_lab

@@ -29,6 +29,13 @@ static void print_svi(uint32_t ifindex)
            kov_fwd_mode_str(kov_get_fwd_mode(ifindex)));
 }
 
+/* What a port answers now, physical or port-channel. */
+static void print_port(uint32_t ifindex)
+{
+    printf("  %s: tracking %s, L2DCI %s\n", kov_ifindex_name_str(ifindex),
+           kov_get_port_tracking(ifindex) ? "on" : "off", kov_get_port_l2dci(ifindex) ? "on" : "off");
+}
+
 static void print_general(void)
 {
     uint8_t router[KOV_MAC_SIZE];
@@ -42,27 +49,35 @@ static void print_general(void)
            im_print_mac_addr(router));
 }
 
-/* The library's callback: one message, in host order, valid until this function returns. */
-static void handler(const kov_client_msg *msg)
+/* Each record of a message begins with an interface index, at any alignment: no pointer casts. */
+static void print_each(const kov_client_msg *msg, void (*print)(uint32_t ifindex))
 {
     const uint8_t *record = (const uint8_t *)msg + sizeof *msg;
     uint32_t ifindex, i;
+    for (i = 0; i < msg->count; ++i, record += kov_get_clients_msg_data_sz(msg->mtype)) {
+        memcpy(&ifindex, record, sizeof ifindex);
+        print(ifindex);
+    }
+}
+
+/* The library's callback: one message, in host order, valid until this function returns. */
+static void handler(const kov_client_msg *msg)
+{
     printf("%s\n", kov_lab_message_text(msg));
     switch (msg->mtype) {
     case KOV_MTYPE_SVI_FWD_MODE:
     case KOV_MTYPE_FABRIC_CTRL_SEG:
     case KOV_MTYPE_SVI_MIGRATION:
-    case KOV_MTYPE_SVI_FWD_MODE_CHANGE: /* records that begin with an SVI's interface index */
-        for (i = 0; i < msg->count; ++i, record += kov_get_clients_msg_data_sz(msg->mtype)) {
-            memcpy(&ifindex, record, sizeof ifindex); /* at any alignment: no pointer casts */
-            print_svi(ifindex);
-        }
+    case KOV_MTYPE_SVI_FWD_MODE_CHANGE:
+        print_each(msg, print_svi);
+        break;
+    case KOV_MTYPE_PORT_TRACKING:
+    case KOV_MTYPE_PORT_L2DCI:
+        print_each(msg, print_port);
         break;
     case KOV_MTYPE_AGGR_SUB_PFX:
-    case KOV_MTYPE_PORT_TRACKING:
     case KOV_MTYPE_PROFILE_MGMT:
     case KOV_MTYPE_SUPPRESS_ARP_TOPO:
-    case KOV_MTYPE_PORT_L2DCI:
         break;
     default: /* all others tell that general information changed */
         print_general();

@@ -40,12 +40,12 @@ struct CommandHelp {
 // every other command goes the same way, and the other end says when it knows none.
 // clang-format off
 constexpr CommandHelp remote_commands[] = {
-    {"set",    "geninfo|svi NAME FIELD=VALUE...", "change what the server publishes; as=TYPE picks the message"},
-    {"del",    "geninfo|svi NAME",                "remove a record"},
-    {"show",   "geninfo|svi NAME",                "the fields of a record; of a client: what it offers"},
-    {"list",   "svis|clients",                    "what is published, who is registered"},
-    {"status", "",                                "of the server, or of the client"},
-    {"inject", "CLIENT|SAP HEX [OPCODE]",         "have the server send raw bytes"},
+    {"set",    "RECORD FIELD=VALUE...",        "change what the server publishes; as=TYPE picks the message"},
+    {"del",    "RECORD",                       "remove a record"},
+    {"show",   "RECORD",                       "the fields of a record; of a client: what it offers"},
+    {"list",   "svis|topologies|ports|prefixes|clients", "what is published, who is registered"},
+    {"status", "",                             "of the server, or of the client"},
+    {"inject", "CLIENT|SAP HEX [OPCODE]",      "have the server send raw bytes"},
 };
 // clang-format on
 
@@ -63,7 +63,8 @@ void describe(CLI::App &app, Options &options)
     app.add_option("-d,--dir", options.dir, "runtime directory ($KOV_HOST_DIR, or the user's own)");
     app.add_option("-c,--client", options.client, "run the command inside this client process");
     app.allow_extras();
-    app.footer("With -c NAME and no command, reads commands from the standard input.\n"
+    app.footer("RECORD is geninfo, svi NAME, topology BD, port NAME or prefix VRF ADDRESS/LENGTH.\n"
+               "With -c NAME and no command, reads commands from the standard input.\n"
                "Exit codes: 0 done, 1 refused or unreachable, 2 used wrongly.");
     for (const CommandHelp &row : remote_commands)
         add_command(app, options, row.name, row.words, row.help);

@@ -64,8 +64,9 @@ int serve(const Scenario &scenario, bool replace)
     add_server_commands(server);
     kov_host_on_message(on_message, &server);
     kov_host_stop_on_signals();
-    std::printf("kovd: serving %s (pid %d): %s, %zu SVIs\n", kov_host_dir(), getpid(),
-                scenario.general ? "general information" : "no general information", scenario.svis.size());
+    std::printf("kovd: serving %s (pid %d): %s, %zu SVIs, %zu topologies, %zu prefixes\n", kov_host_dir(),
+                getpid(), scenario.general ? "general information" : "no general information",
+                scenario.svis.size(), scenario.topologies.size(), scenario.prefixes.size());
     std::fflush(stdout);
     const int status = kov_host_run();
     kov_host_on_message(nullptr, nullptr);

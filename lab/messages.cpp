@@ -1,8 +1,5 @@
 #include "messages.h"
 
-#include "fields.h"
-#include "values.h"
-
 #include <kov/kov_debug.h>
 #include <kov/kov_enums.h>
 
@@ -328,6 +325,32 @@ Bytes svi_message(std::uint32_t mtype, const kov_rdb_sviinfo_t &now)
     else
         append_word(records, now.svi_ifindex);
     return make_message(mtype, records);
+}
+
+Bytes topology_message(const kov_rdb_l2rib_topo_info_t &now)
+{
+    Bytes records;
+    append(records, kov_suppress_arp_topo_update{now.bd, now.vni, now.suppress_arp_enabled,
+                                                 now.suppress_arp_mode, now.suppress_arp_l3_svi, 0});
+    return make_message(KOV_MTYPE_SUPPRESS_ARP_TOPO, records);
+}
+
+Bytes port_message(std::uint32_t mtype, std::uint32_t port)
+{
+    Bytes records;
+    append_word(records, port);
+    return make_message(mtype, records);
+}
+
+Bytes prefix_message(const std::string &vrf, const Network &network)
+{
+    Bytes records;
+    kov_aggr_sub_pfx_update record{};
+    vrf.copy(record.vrf_name, sizeof record.vrf_name - 1);
+    std::memcpy(record.prefix, record_of(network).prefix, sizeof record.prefix);
+    record.family = network.family;
+    append(records, record);
+    return make_message(KOV_MTYPE_AGGR_SUB_PFX, records);
 }
 
 std::string describe_message(const kov_client_msg &msg)

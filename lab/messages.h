@@ -6,6 +6,8 @@
 // shows no unprintable character.
 #pragma once
 
+#include "values.h"
+
 #include <kov/kov_messages.h>
 #include <kov/kov_records.h>
 
@@ -36,6 +38,13 @@ Bytes acknowledgement();
 Bytes geninfo_message(std::uint32_t mtype, const kov_rdb_geninfo_t &before, const kov_rdb_geninfo_t &now);
 // What the types 9, 11, 15 and 18 carry when an SVI changed: one record.
 Bytes svi_message(std::uint32_t mtype, const kov_rdb_sviinfo_t &now);
+
+// Type 19, one record: the fields in the order of the topology's own.
+Bytes topology_message(const kov_rdb_l2rib_topo_info_t &now);
+// Types 10 and 20: the port, whose slot's record has changed.
+Bytes port_message(std::uint32_t mtype, std::uint32_t port);
+// Type 8, one record.
+Bytes prefix_message(const std::string &vrf, const Network &network);
 
 // "type 9, SVI forwarding mode: vlan10"
 std::string describe_message(const kov_client_msg &msg);

@@ -1,25 +1,73 @@
-// A scenario: what a server publishes when it starts, read from a JSON file that a person writes.
+// What a server publishes: the six kinds of record, and the switch that they speak of. A person writes it as
+// a JSON file; the server then keeps it in memory as its state.
 //
 // lab/scenarios/README.md describes the file. Loading checks everything and reports every mistake that it
 // finds, each with file, line and field; a scenario with a mistake is not used at all.
 #pragma once
 
+#include "fields.h"
+#include "interfaces.h"
+#include "values.h"
+
 #include <kov/kov_records.h>
 
+#include <compare>
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kov_lab
 {
 
-struct Scenario {
-    std::vector<std::string> vrfs; // "default" is always there
-    std::optional<kov_rdb_geninfo_t> general;
-    std::map<std::uint32_t, kov_rdb_sviinfo_t> svis; // by interface index
+// The ports of one slot. The record of L2DCI ports has the same layout.
+using SlotPorts = kov_rdb_port_tracking_t;
+
+using Svis = std::map<std::uint32_t, kov_rdb_sviinfo_t>;               // by interface index
+using Topologies = std::map<std::uint32_t, kov_rdb_l2rib_topo_info_t>; // by bridge domain
+using Slots = std::map<std::uint8_t, SlotPorts>;                       // by slot, from 1
+
+// One aggregate prefix of a VRF. VRF and prefix are the record's key, and the prefix all that it holds.
+struct Prefix {
+    std::string vrf;
+    Network network;
+
+    auto operator<=>(const Prefix &) const = default;
 };
+
+struct LineCard {
+    std::string name;    // "eth1": its ports are eth1/1 and on
+    std::uint32_t ports; // their number
+};
+
+struct Scenario {
+    std::vector<std::string> vrfs;               // "default" is always there
+    std::map<std::uint8_t, LineCard> line_cards; // by slot
+    std::set<std::uint32_t> port_channels;       // by interface index
+
+    std::optional<kov_rdb_geninfo_t> general;
+    Svis svis;
+    Slots tracking; // a slot has a record as long as one of its ports is in it
+    Slots l2dci;
+    std::set<Prefix> prefixes;
+    Topologies topologies;
+
+    bool knows_vrf(std::string_view name) const;
+    // The interface index of a port that the switch has; 0 with `why` for every other text.
+    std::uint32_t port_of(std::string_view name, std::string &why) const;
+    PortBits bits_of(std::uint32_t port) const;
+    // The record that the port's slot has when the port is, or is not, in it.
+    SlotPorts slot_with(const Slots &slots, std::uint32_t port, bool on) const;
+    // The topology whose ARP suppression is the SVI's; null when none is.
+    const kov_rdb_l2rib_topo_info_t *topology_of(std::uint32_t svi) const;
+};
+
+constexpr std::uint32_t last_bridge_domain = 65535;
+
+bool is_empty(const SlotPorts &slot);
 
 // False: `mistakes` has one line each, "FILE:LINE: FIELD: what is wrong", and `out` is unspecified.
 bool load_scenario(const std::string &path, Scenario &out, std::vector<std::string> &mistakes);
@@ -27,5 +75,6 @@ bool load_scenario(const std::string &path, Scenario &out, std::vector<std::stri
 // Records that hold nothing but defaults, the fields that the library's initialisers leave alone included.
 kov_rdb_geninfo_t default_geninfo();
 kov_rdb_sviinfo_t default_svi(std::uint32_t ifindex);
+kov_rdb_l2rib_topo_info_t default_topology(std::uint32_t bd);
 
 } // namespace kov_lab

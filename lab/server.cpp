@@ -1,6 +1,5 @@
 #include "server.h"
 
-#include "fields.h"
 #include "log.h"
 #include "values.h"
 
@@ -15,82 +14,6 @@ namespace kov_lab
 {
 namespace
 {
-
-// The word that forces a message type, among the settings of a change.
-constexpr std::string_view as_word = "as";
-
-struct Setting {
-    std::string_view name;
-    std::string_view value;
-};
-
-bool split(std::string_view text, Setting &out, std::string &why)
-{
-    const std::size_t equals = text.find('=');
-    if (equals == 0 || equals == text.npos) {
-        why = "\"" + std::string(text) + "\" is not FIELD=VALUE";
-        return false;
-    }
-    out = {text.substr(0, equals), text.substr(equals + 1)};
-    return true;
-}
-
-bool set_type(std::string_view text, bool (*allowed)(std::uint32_t), std::uint32_t &as, std::string &why)
-{
-    const auto mtype = parse_number(text, 0, KOV_MTYPE_END - 1, why);
-    if (!mtype || !allowed(*mtype)) {
-        why = "as: no message of type " + std::string(text) + " tells of such a change";
-        return false;
-    }
-    as = *mtype;
-    return true;
-}
-
-std::string names_of(std::span<const Field> fields)
-{
-    std::string names;
-    for (const Field &field : fields)
-        names += (names.empty() ? "" : ", ") + std::string(field.name);
-    return names;
-}
-
-// Applies the settings to a copy of the record; all of them, or `why`.
-bool apply(std::span<const Field> fields, bool (*allowed)(std::uint32_t),
-           std::span<const std::string_view> settings, void *record, std::uint32_t &as, std::string &why)
-{
-    as = 0;
-    for (const std::string_view text : settings) {
-        Setting setting;
-        if (!split(text, setting, why))
-            return false;
-        const std::string name{setting.name};
-        if (name == as_word) {
-            if (!set_type(setting.value, allowed, as, why))
-                return false;
-            continue;
-        }
-        const Field *field = find_field(fields, name);
-        if (field == nullptr) {
-            why = name + ": is not a field; the fields are " + names_of(fields);
-            return false;
-        }
-        if (!set_field(*field, record, setting.value, why)) {
-            why.insert(0, name + ": ");
-            return false;
-        }
-    }
-    return true;
-}
-
-std::string changes_text(std::span<const Field> fields, const void *before, const void *now)
-{
-    std::string text;
-    for (const Field &field : fields)
-        if (!same_field(field, before, now))
-            text += (text.empty() ? "" : ", ") + std::string(field.name) + " " + field_text(field, before) +
-                    " -> " + field_text(field, now);
-    return text.empty() ? "nothing changed" : text;
-}
 
 std::optional<Bytes> bytes_of_hex(std::string_view hex)
 {
@@ -192,7 +115,7 @@ void Server::take_deregistration(const ipc_message *msg, const kov_registration_
         clients_.remove(client->sap);
 }
 
-// ---- Changes -------------------------------------------------------------------------------------------
+// ---- Sending ---------------------------------------------------------------------------------------------
 
 std::string Server::announce(const std::vector<Notice> &notices)
 {
@@ -202,79 +125,6 @@ std::string Server::announce(const std::vector<Notice> &notices)
         return "; no client wants to know";
     return "; told " + std::to_string(count) + (count == 1 ? " client" : " clients") + " by type " +
            mask_text(types);
-}
-
-bool Server::set_geninfo(std::span<const std::string_view> settings, std::string &text)
-{
-    const bool fresh = !publisher_->general();
-    const kov_rdb_geninfo_t before = publisher_->general().value_or(default_geninfo());
-    kov_rdb_geninfo_t now = before;
-    std::uint32_t as = 0;
-    if (!apply(geninfo_fields(), is_geninfo_type, settings, &now, as, text))
-        return false;
-    const bool changed = fresh || std::memcmp(&before, &now, sizeof now) != 0;
-    if (changed && !publisher_->put(now, text))
-        return false;
-    text = (fresh ? "general information created: " : "general information: ") +
-           changes_text(geninfo_fields(), &before, &now);
-    if (changed || as != 0)
-        text += announce(geninfo_notices(before, now, publisher_->svis(), as));
-    return true;
-}
-
-bool Server::set_svi(std::string_view name, std::span<const std::string_view> settings, std::string &text)
-{
-    const std::uint32_t ifindex = svi_of_name(name, text);
-    if (ifindex == 0)
-        return false;
-    const auto found = publisher_->svis().find(ifindex);
-    const bool fresh = found == publisher_->svis().end();
-    const kov_rdb_sviinfo_t before = fresh ? default_svi(ifindex) : found->second;
-    kov_rdb_sviinfo_t now = before;
-    std::uint32_t as = 0;
-    if (!apply(svi_fields(), is_svi_type, settings, &now, as, text))
-        return false;
-    const bool changed = fresh || std::memcmp(&before, &now, sizeof now) != 0;
-    if (changed && !publisher_->put(now, text))
-        return false;
-    text = std::string(name) + (fresh ? " created: " : ": ") + changes_text(svi_fields(), &before, &now);
-    if (changed || as != 0)
-        text += announce(svi_notices(before, now, as));
-    return true;
-}
-
-bool Server::del_geninfo(std::string &text)
-{
-    if (!publisher_->general()) {
-        text = "there is no general information";
-        return false;
-    }
-    // What clients answer without a record are the defaults: that is what the record changes to.
-    const kov_rdb_geninfo_t before = *publisher_->general();
-    const kov_rdb_geninfo_t defaults = default_geninfo();
-    if (!publisher_->erase_general(text))
-        return false;
-    text = "general information deleted" + announce(geninfo_notices(before, defaults, publisher_->svis()));
-    return true;
-}
-
-bool Server::del_svi(std::string_view name, std::string &text)
-{
-    const std::uint32_t ifindex = svi_of_name(name, text);
-    if (ifindex == 0)
-        return false;
-    const auto found = publisher_->svis().find(ifindex);
-    if (found == publisher_->svis().end()) {
-        text = "there is no " + std::string(name);
-        return false;
-    }
-    const kov_rdb_sviinfo_t before = found->second;
-    if (!publisher_->erase_svi(ifindex, text))
-        return false;
-    kov_rdb_sviinfo_t gone{};
-    gone.svi_ifindex = ifindex;
-    text = std::string(name) + " deleted" + announce(svi_notices(before, gone));
-    return true;
 }
 
 bool Server::inject(std::string_view target, std::string_view hex, std::uint32_t opcode, std::string &text)

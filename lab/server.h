@@ -7,9 +7,11 @@
 
 #include "clients.h"
 #include "publisher.h"
+#include "settings.h"
 
 #include <kov/platform/ipc.h>
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -27,15 +29,21 @@ public:
 
     // A change that an operator asks for: "FIELD=VALUE" each, all of them or none. "as=TYPE" among them
     // forces the type of the message. True: `text` says what changed and who was told; false: what is wrong.
-    bool set_geninfo(std::span<const std::string_view> settings, std::string &text);
-    bool set_svi(std::string_view name, std::span<const std::string_view> settings, std::string &text);
+    bool set_geninfo(Settings settings, std::string &text);
+    bool set_svi(std::string_view name, Settings settings, std::string &text);
+    bool set_topology(std::string_view name, Settings settings, std::string &text);
+    bool set_port(std::string_view name, Settings settings, std::string &text);
+    bool set_prefix(std::string_view vrf, std::string_view network, std::string &text);
     bool del_geninfo(std::string &text);
     bool del_svi(std::string_view name, std::string &text);
+    bool del_topology(std::string_view name, std::string &text);
+    bool del_port(std::string_view name, std::string &text);
+    bool del_prefix(std::string_view vrf, std::string_view network, std::string &text);
 
     // Sends the bytes as they are, to a client's name or to any access point. False: `text` says why.
     bool inject(std::string_view target, std::string_view hex, std::uint32_t opcode, std::string &text);
 
-    const Publisher &published() const { return *publisher_; }
+    const Scenario &published() const { return publisher_->state(); }
     const Clients &clients() const { return clients_; }
     std::uint64_t frames_received() const { return frames_received_; }
     std::uint64_t frames_refused() const { return frames_refused_; }
@@ -45,7 +53,19 @@ private:
     void take_deregistration(const ipc_message *msg, const kov_registration_request &request);
     void refuse(const ipc_message *msg, const std::string &why);
     bool believable(const ipc_message *msg, const kov_registration_request &request);
+    // "; told 2 clients by type 9"
     std::string announce(const std::vector<Notice> &notices);
+    // Publishes, tells, and adds to `text` who was told; or has why not in `text`.
+    bool change(const std::vector<Edit> &edits, const std::vector<Notice> &notices, std::string &text);
+    std::optional<Prefix> parse_prefix(std::string_view vrf, std::string_view network,
+                                       std::string &why) const;
+    // The records of SVIs as they are when the topology has become `now`; only those that it changes.
+    std::vector<kov_rdb_sviinfo_t> svis_changed_by(const kov_rdb_l2rib_topo_info_t &before,
+                                                   const kov_rdb_l2rib_topo_info_t &now) const;
+    bool change_topology(const kov_rdb_l2rib_topo_info_t &before, const kov_rdb_l2rib_topo_info_t &now,
+                         Edit edit, std::string &text);
+    bool change_port(std::uint32_t port, const PortBits &before, const PortBits &now, std::uint32_t as,
+                     std::string &text);
 
     std::unique_ptr<Publisher> publisher_;
     Clients clients_;

@@ -1,9 +1,7 @@
 #include "server_commands.h"
 
-#include "fields.h"
-#include "values.h"
+#include "server_views.h"
 
-#include <kov/kov_enums.h>
 #include <kov/platform/cli.h>
 #include <kov_host.h>
 
@@ -17,23 +15,42 @@ namespace kov_lab
 namespace
 {
 
-using Words = std::vector<std::string_view>;
 using Run = int (*)(Server &server, void *cli, const Words &words);
 
-constexpr int done = 0;
-constexpr int refused = 1;
-constexpr int misused = 2;
+// The arguments of a command, with how many there may be.
+struct Form {
+    std::size_t least;
+    std::size_t most;
+    const char *usage;
 
-int answer(void *cli, bool good, const std::string &text)
+    bool fits(const Words &words) const { return words.size() >= least && words.size() <= most; }
+};
+
+constexpr std::size_t any_number = ~std::size_t{};
+
+using SetNamed = bool (Server::*)(std::string_view name, Settings settings, std::string &text);
+using OfNamed = bool (Server::*)(std::string_view name, std::string &text);
+using OfPrefix = bool (Server::*)(std::string_view vrf, std::string_view network, std::string &text);
+
+int set_named(Server &server, void *cli, const Words &words, SetNamed set, const Form &form)
 {
-    cli_cmd_printf(cli, "%s\n", text.c_str());
-    return good ? done : refused;
+    std::string text;
+    if (!form.fits(words))
+        return usage(cli, form.usage);
+    return answer(cli, (server.*set)(words[0], std::span(words).subspan(1), text), text);
 }
 
-int usage(void *cli, const char *text)
+int of_named(Server &server, void *cli, const Words &words, OfNamed del, const Form &form)
 {
-    cli_cmd_printf(cli, "usage: %s\n", text);
-    return misused;
+    std::string text;
+    return form.fits(words) ? answer(cli, (server.*del)(words[0], text), text) : usage(cli, form.usage);
+}
+
+int of_prefix(Server &server, void *cli, const Words &words, OfPrefix run, const Form &form)
+{
+    std::string text;
+    return form.fits(words) ? answer(cli, (server.*run)(words[0], words[1], text), text)
+                            : usage(cli, form.usage);
 }
 
 int run_set_geninfo(Server &server, void *cli, const Words &words)
@@ -46,10 +63,25 @@ int run_set_geninfo(Server &server, void *cli, const Words &words)
 
 int run_set_svi(Server &server, void *cli, const Words &words)
 {
-    std::string text;
-    if (words.empty())
-        return usage(cli, "set svi NAME [FIELD=VALUE...] [as=TYPE]");
-    return answer(cli, server.set_svi(words[0], std::span(words).subspan(1), text), text);
+    return set_named(server, cli, words, &Server::set_svi,
+                     {1, any_number, "set svi NAME [FIELD=VALUE...] [as=TYPE]"});
+}
+
+int run_set_topology(Server &server, void *cli, const Words &words)
+{
+    return set_named(server, cli, words, &Server::set_topology,
+                     {1, any_number, "set topology BD [FIELD=VALUE...] [as=TYPE]"});
+}
+
+int run_set_port(Server &server, void *cli, const Words &words)
+{
+    return set_named(server, cli, words, &Server::set_port,
+                     {2, any_number, "set port NAME FIELD=VALUE... [as=TYPE]"});
+}
+
+int run_set_prefix(Server &server, void *cli, const Words &words)
+{
+    return of_prefix(server, cli, words, &Server::set_prefix, {2, 2, "set prefix VRF ADDRESS/LENGTH"});
 }
 
 int run_del_geninfo(Server &server, void *cli, const Words &words)
@@ -62,10 +94,22 @@ int run_del_geninfo(Server &server, void *cli, const Words &words)
 
 int run_del_svi(Server &server, void *cli, const Words &words)
 {
-    std::string text;
-    if (words.size() != 1)
-        return usage(cli, "del svi NAME");
-    return answer(cli, server.del_svi(words[0], text), text);
+    return of_named(server, cli, words, &Server::del_svi, {1, 1, "del svi NAME"});
+}
+
+int run_del_topology(Server &server, void *cli, const Words &words)
+{
+    return of_named(server, cli, words, &Server::del_topology, {1, 1, "del topology BD"});
+}
+
+int run_del_port(Server &server, void *cli, const Words &words)
+{
+    return of_named(server, cli, words, &Server::del_port, {1, 1, "del port NAME"});
+}
+
+int run_del_prefix(Server &server, void *cli, const Words &words)
+{
+    return of_prefix(server, cli, words, &Server::del_prefix, {2, 2, "del prefix VRF ADDRESS/LENGTH"});
 }
 
 int run_inject(Server &server, void *cli, const Words &words)
@@ -86,8 +130,12 @@ int run_status(Server &server, void *cli, const Words & /*words*/)
     const ClientCounters &counters = server.clients().counters();
     cli_cmd_printf(cli, "server: %s (pid %d, SAP %u)\n", kov_host_name(), getpid(), KOV_SERVER_SAP);
     cli_cmd_printf(cli, "directory: %s\n", kov_host_dir());
-    cli_cmd_printf(cli, "general information: %s\n", server.published().general() ? "yes" : "no");
-    cli_cmd_printf(cli, "svis: %zu\n", server.published().svis().size());
+    cli_cmd_printf(cli, "general information: %s\n", server.published().general ? "yes" : "no");
+    cli_cmd_printf(cli, "svis: %zu\n", server.published().svis.size());
+    cli_cmd_printf(cli, "topologies: %zu\n", server.published().topologies.size());
+    cli_cmd_printf(cli, "slots with tracked ports: %zu\n", server.published().tracking.size());
+    cli_cmd_printf(cli, "slots with l2dci ports: %zu\n", server.published().l2dci.size());
+    cli_cmd_printf(cli, "prefixes: %zu\n", server.published().prefixes.size());
     cli_cmd_printf(cli, "clients: %zu\n", server.clients().all().size());
     cli_cmd_printf(cli, "frames received: %" PRIu64 "\n", server.frames_received());
     cli_cmd_printf(cli, "frames refused: %" PRIu64 "\n", server.frames_refused());
@@ -95,56 +143,6 @@ int run_status(Server &server, void *cli, const Words & /*words*/)
     cli_cmd_printf(cli, "messages delayed: %" PRIu64 "\n", counters.delayed);
     cli_cmd_printf(cli, "messages waiting: %zu\n", server.clients().waiting());
     cli_cmd_printf(cli, "messages lost: %" PRIu64 "\n", counters.lost);
-    return done;
-}
-
-int run_list_svis(Server &server, void *cli, const Words & /*words*/)
-{
-    const Svis svis = server.published().svis(); // a copy: while a person reads a page, SVIs come and go
-    cli_cmd_printf(cli, "%-10s %-5s %-26s %-32s %s\n", "SVI", "State", "Mode", "VRF", "IPv4");
-    for (const auto &[ifindex, svi] : svis) {
-        cli_cmd_printf(cli, "%-10s %-5s %-26s %-32s %s\n", name_of_svi(ifindex).c_str(),
-                       svi.is_up != 0 ? "up" : "down", kov_fwd_mode_str(svi.fwd_mode),
-                       printable(svi.vrf_name, sizeof svi.vrf_name).c_str(),
-                       v4_prefix_text(svi.v4_prefix).c_str());
-        if (cli_more_output(cli) == 0)
-            break;
-    }
-    return done;
-}
-
-int run_list_clients(Server &server, void *cli, const Words & /*words*/)
-{
-    cli_cmd_printf(cli, "%-6s %-8s %-24s %-12s %s\n", "SAP", "Pid", "Name", "Types", "Waiting");
-    for (const auto &[sap, client] : server.clients().all())
-        cli_cmd_printf(cli, "%-6u %-8d %-24s %-12s %zu\n", sap, client.pid, client.name.c_str(),
-                       mask_text(client.mask).c_str(), client.waiting.size());
-    return done;
-}
-
-void show_fields(void *cli, std::span<const Field> fields, const void *record)
-{
-    for (const Field &field : fields)
-        cli_cmd_printf(cli, "%-26s %s\n", field.name, field_text(field, record).c_str());
-}
-
-int run_show_geninfo(Server &server, void *cli, const Words & /*words*/)
-{
-    if (!server.published().general())
-        return answer(cli, false, "there is no general information");
-    show_fields(cli, geninfo_fields(), &*server.published().general());
-    return done;
-}
-
-int run_show_svi(Server &server, void *cli, const Words &words)
-{
-    std::string why;
-    if (words.size() != 1)
-        return usage(cli, "show svi NAME");
-    const auto found = server.published().svis().find(svi_of_name(words[0], why));
-    if (found == server.published().svis().end())
-        return answer(cli, false, why.empty() ? "there is no " + std::string(words[0]) : why);
-    show_fields(cli, svi_fields(), &found->second);
     return done;
 }
 
@@ -156,16 +154,27 @@ struct Row {
 
 // clang-format off
 constexpr Row rows[] = {
-    {"set geninfo",  "FIELD=VALUE... [as=TYPE]: change general information and tell clients", run_set_geninfo},
-    {"set svi",      "NAME [FIELD=VALUE...] [as=TYPE]: change or create an SVI and tell clients", run_set_svi},
-    {"del geninfo",  "remove the general information and tell clients",                      run_del_geninfo},
-    {"del svi",      "NAME: remove an SVI and tell clients",                                 run_del_svi},
-    {"list svis",    "the published SVIs",                                                   run_list_svis},
-    {"list clients", "who is registered, and for which types",                               run_list_clients},
-    {"show geninfo", "the published general information",                                    run_show_geninfo},
-    {"show svi",     "NAME: what is published of an SVI",                                    run_show_svi},
-    {"status",       "the server's state and counters",                                      run_status},
-    {"inject",       "CLIENT|SAP HEX [OPCODE]: send raw bytes",                              run_inject},
+    {"set geninfo",     "FIELD=VALUE... [as=TYPE]: change general information and tell clients",      run_set_geninfo},
+    {"set svi",         "NAME [FIELD=VALUE...] [as=TYPE]: change or create an SVI and tell clients",  run_set_svi},
+    {"set topology",    "BD [FIELD=VALUE...] [as=TYPE]: change or create a topology and tell clients", run_set_topology},
+    {"set port",        "NAME FIELD=VALUE... [as=TYPE]: change a port's bits and tell clients",       run_set_port},
+    {"set prefix",      "VRF ADDRESS/LENGTH: create an aggregate prefix and tell clients",            run_set_prefix},
+    {"del geninfo",     "remove the general information and tell clients",                            run_del_geninfo},
+    {"del svi",         "NAME: remove an SVI and tell clients",                                       run_del_svi},
+    {"del topology",    "BD: remove a topology and tell clients",                                     run_del_topology},
+    {"del port",        "NAME: clear a port's bits and tell clients",                                 run_del_port},
+    {"del prefix",      "VRF ADDRESS/LENGTH: remove an aggregate prefix and tell clients",            run_del_prefix},
+    {"list svis",       "the published SVIs",                                                         run_list_svis},
+    {"list topologies", "the published topologies",                                                   run_list_topologies},
+    {"list ports",      "the switch's ports that are in a published record",                          run_list_ports},
+    {"list prefixes",   "the published aggregate prefixes",                                           run_list_prefixes},
+    {"list clients",    "who is registered, and for which types",                                     run_list_clients},
+    {"show geninfo",    "the published general information",                                          run_show_geninfo},
+    {"show svi",        "NAME: what is published of an SVI",                                          run_show_svi},
+    {"show topology",   "BD: what is published of a bridge domain",                                   run_show_topology},
+    {"show port",       "NAME: what is published of a port",                                          run_show_port},
+    {"status",          "the server's state and counters",                                            run_status},
+    {"inject",          "CLIENT|SAP HEX [OPCODE]: send raw bytes",                                    run_inject},
 };
 // clang-format on
 

@@ -1,11 +1,9 @@
 #include "values.h"
 
-#include "fields.h"
+#include "interfaces.h"
 
 #include <kov/kov_enums.h>
 #include <kov/platform/address.h>
-#include <kov/platform/interfaces.h>
-#include <kov_host.h>
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -28,6 +26,11 @@ constexpr Word encap_table[] = {
     {"fabric", KOV_FWD_ENCAP_FABRIC},
     {"vxlan",  KOV_FWD_ENCAP_VXLAN},
 };
+constexpr Word suppress_mode_table[] = {
+    {"disabled", KOV_SUPPRESS_ARP_DISABLED},
+    {"l2",       KOV_SUPPRESS_ARP_L2},
+    {"l2-l3",    KOV_SUPPRESS_ARP_L2_L3},
+};
 constexpr Word role_table[] = {
     {"leaf",     KOV_SWITCH_ROLE_LEAF},
     {"border",   KOV_SWITCH_ROLE_BORDER},
@@ -37,11 +40,10 @@ constexpr Word role_table[] = {
 constexpr Word switch_table[] = {
     {"no",  0},
     {"yes", 1},
+    {"off", 0},
+    {"on",  1},
 };
 // clang-format on
-
-constexpr std::uint32_t type_vlan = 9;
-constexpr std::uint32_t type_bdi = 55;
 
 std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
 
@@ -97,10 +99,19 @@ bool parse_prefix(int family, std::string_view text, std::uint32_t longest, void
     return true;
 }
 
+Network without_host_bits(const Network &given)
+{
+    Network network = given;
+    for (unsigned bit = given.length; bit < 8 * given.address.size(); ++bit)
+        network.address[bit / 8] &= static_cast<std::uint8_t>(~(0x80u >> bit % 8));
+    return network;
+}
+
 } // namespace
 
 const std::span<const Word> fwd_mode_words = fwd_mode_table;
 const std::span<const Word> encap_words = encap_table;
+const std::span<const Word> suppress_mode_words = suppress_mode_table;
 
 std::optional<std::uint32_t> parse_number(std::string_view text, std::uint32_t low, std::uint32_t high,
                                           std::string &why)
@@ -129,7 +140,7 @@ std::optional<std::uint32_t> parse_word(std::span<const Word> words, std::string
     return std::nullopt;
 }
 
-std::optional<std::uint32_t> parse_yes_no(std::string_view text, std::string &why)
+std::optional<std::uint32_t> parse_switch(std::string_view text, std::string &why)
 {
     return parse_word(switch_table, text, why);
 }
@@ -202,6 +213,22 @@ std::optional<kov_v6_prefix> parse_v6_prefix(std::string_view text, std::string 
     return prefix;
 }
 
+std::optional<Network> parse_network(std::string_view text, std::string &why)
+{
+    const bool v6 = text.find(':') != text.npos;
+    Network given;
+    std::uint32_t length = 0;
+    if (!parse_prefix(v6 ? AF_INET6 : AF_INET, text, v6 ? 128 : 32, given.address.data(), length, why))
+        return std::nullopt;
+    given.family = v6 ? 1 : 0;
+    given.length = static_cast<std::uint8_t>(length);
+    const Network network = without_host_bits(given);
+    if (network == given)
+        return network;
+    why = quoted(text) + " has host bits set; the prefix is " + network_text(network);
+    return std::nullopt;
+}
+
 std::string word_of(std::span<const Word> words, std::uint32_t value)
 {
     for (const Word &word : words)
@@ -239,30 +266,29 @@ std::string v6_prefix_text(const kov_v6_prefix &prefix)
     return v6_text(prefix.addr) + "/" + std::to_string(unsigned{prefix.len});
 }
 
+std::string network_text(const Network &network)
+{
+    std::uint32_t v4 = 0;
+    std::memcpy(&v4, network.address.data(), sizeof v4);
+    return (network.family == 0 ? v4_text(ntohl(v4)) : v6_text(network.address.data())) + "/" +
+           std::to_string(unsigned{network.length});
+}
+
+kov_rdb_aggr_sub_pfx_t record_of(const Network &network)
+{
+    kov_rdb_aggr_sub_pfx_t record{};
+    if (network.family == 0)
+        std::reverse_copy(network.address.begin(), network.address.begin() + 4, record.prefix); // host order
+    else
+        std::copy(network.address.begin(), network.address.end(), record.prefix);
+    record.prefix[network.family == 0 ? 4 : 16] = network.length;
+    return record;
+}
+
 std::string bounded_text(const void *at, std::size_t width)
 {
     const char *text = static_cast<const char *>(at);
     return {text, strnlen(text, width)};
-}
-
-std::uint32_t svi_of_name(std::string_view name, std::string &why)
-{
-    const std::string text{name};
-    const std::uint32_t index = kov_host_ifindex_parse(text.c_str());
-    std::uint32_t type = 0;
-    if (index != 0 && if_index_get_type(index, &type) == 0 && (type == type_vlan || type == type_bdi))
-        return index;
-    why = quoted(name) + " is not an SVI, like vlan10 or bdi100";
-    return 0;
-}
-
-std::string name_of_svi(std::uint32_t ifindex)
-{
-    char name[254] = "";
-    if (ifindex == 0)
-        return "none";
-    im_get_ifindex_name(ifindex, name, sizeof name);
-    return name[0] != '\0' ? name : std::to_string(ifindex);
 }
 
 } // namespace kov_lab

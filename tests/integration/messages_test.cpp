@@ -126,19 +126,59 @@ TEST_F(ServerMessage, OfAnSviCarriesItsInterfaceIndexFirst)
     }
 }
 
-TEST_F(ServerMessage, OfTypesThatThisServerNeverSendsIsToldToo)
+TEST_F(ServerMessage, OfAPortCarriesItsInterfaceIndex)
 {
-    kov_aggr_sub_pfx_update prefix{};
-    std::strcpy(prefix.vrf_name, "blue");
-    const std::uint8_t v4[] = {0, 0, 1, 10, 16}; // 10.1.0.0/16 in host order
-    std::memcpy(prefix.prefix, v4, sizeof v4);
-    const auto *bytes = reinterpret_cast<const std::uint8_t *>(&prefix);
-    EXPECT_EQ(told(make_message(8, {bytes, sizeof prefix})),
-              "type 8, aggregate subnet prefix: 10.1.0.0/16 in VRF blue");
-    const std::uint32_t topology[] = {5000, 0, 0, 0, kov_host_ifindex_parse("vlan10"), 0};
-    bytes = reinterpret_cast<const std::uint8_t *>(topology);
-    EXPECT_EQ(told(make_message(19, {bytes, sizeof topology})),
-              "type 19, suppress-ARP topology: bridge domain 5000, SVI vlan10");
+    const std::uint32_t port = kov_host_ifindex_parse("eth3/7");
+    for (const Row &row : {Row{10, "68000206", "type 10, port tracking: eth3/7"},
+                           Row{20, "68000206", "type 20, port L2DCI: eth3/7"}}) {
+        const Bytes message = port_message(row.mtype, port);
+        EXPECT_EQ(hex(message, 20, 8), "00000001000000a5");
+        EXPECT_EQ(hex(message, 161, message.size() - 161), row.bytes);
+        EXPECT_EQ(told(message), row.text);
+    }
+}
+
+TEST_F(ServerMessage, OfATopologyCarriesBridgeDomainFirstAndSviFifth)
+{
+    kov_rdb_l2rib_topo_info_t topology = default_topology(5000);
+    topology.vni = 0x010203;
+    topology.suppress_arp_enabled = 1;
+    topology.suppress_arp_mode = 2;
+    topology.suppress_arp_l3_svi = svi_.svi_ifindex;
+    const Bytes message = topology_message(topology);
+    EXPECT_EQ(hex(message, 20, 8), "00000001000000b9");
+    EXPECT_EQ(hex(message, 161, message.size() - 161), "00001388"
+                                                       "00010203"
+                                                       "00000001"
+                                                       "00000002"
+                                                       "2400000a"
+                                                       "00000000");
+    EXPECT_EQ(told(message), "type 19, suppress-ARP topology: bridge domain 5000, SVI vlan10");
+    EXPECT_EQ(told(topology_message(default_topology(7))),
+              "type 19, suppress-ARP topology: bridge domain 7, SVI -");
+}
+
+TEST_F(ServerMessage, OfAPrefixCarriesVrfPrefixAndFamily)
+{
+    std::string why;
+    const Bytes v4 = prefix_message("blue", *parse_network("10.1.0.0/16", why));
+    EXPECT_EQ(hex(v4, 20, 8), "00000001000000de");
+    EXPECT_EQ(hex(v4, 161, 5), "626c756500");
+    EXPECT_EQ(hex(v4, 161 + 33, 20), "0a010000"
+                                     "10000000"
+                                     "000000000000000000000000")
+        << "only the address is converted";
+    EXPECT_EQ(hex(v4, 161 + 53, 8), "0000000000000000");
+    EXPECT_EQ(told(v4), "type 8, aggregate subnet prefix: 10.1.0.0/16 in VRF blue");
+    const Bytes v6 = prefix_message("default", *parse_network("2001:db8::/33", why));
+    EXPECT_EQ(hex(v6, 161 + 33, 20), "20010db8000000000000000000000000"
+                                     "21000000");
+    EXPECT_EQ(hex(v6, 161 + 53, 8), "0100000000000000");
+    EXPECT_EQ(told(v6), "type 8, aggregate subnet prefix: 2001:db8::/33 in VRF default");
+}
+
+TEST_F(ServerMessage, OfATypeThatThisServerNeverSendsIsToldToo)
+{
     EXPECT_EQ(told(make_message(12)), "type 12, profile message");
 }
 
@@ -233,6 +273,29 @@ TEST_F(Announcement, OfAnSviIsByType9UnlessOnlyOtherThingsChanged)
     EXPECT_EQ(shape_of(svi_notices(before, now, 18)), "18");
     EXPECT_EQ(shape_of(svi_notices(before, before)), "9,18,15,11") << "a new SVI of defaults";
 }
+
+TEST_F(Announcement, OfATopologyIsByType19AndOfItsSviByAnSviTypeToWhomItDoesNotReach)
+{
+    kov_rdb_l2rib_topo_info_t topology = default_topology(100);
+    EXPECT_EQ(shape_of(topology_notices(topology, {})), "19");
+    topology.suppress_arp_l3_svi = svi_.svi_ifindex;
+    EXPECT_EQ(shape_of(topology_notices(topology, {svi_})), "19 ?9,18,15,11,19");
+    const kov_rdb_sviinfo_t other = default_svi(kov_host_ifindex_parse("vlan11"));
+    EXPECT_EQ(shape_of(topology_notices(topology, {other, svi_})), "19 9,18,15,11 ?9,18,15,11,19")
+        << "an SVI that lost its topology is not in the message of type 19";
+    EXPECT_EQ(topology_notices(topology, {other, svi_})[1].message(9), svi_message(9, other));
+}
+
+TEST_F(Announcement, OfAPortIsByTheTypesOfItsBits)
+{
+    EXPECT_EQ(shape_of(port_notices(1, {0, 0}, {1, 0})), "10");
+    EXPECT_EQ(shape_of(port_notices(1, {0, 1}, {0, 0})), "20");
+    EXPECT_EQ(shape_of(port_notices(1, {0, 1}, {1, 0})), "10 20");
+    EXPECT_EQ(shape_of(port_notices(1, {0, 1}, {0, 1})), "");
+    EXPECT_EQ(shape_of(port_notices(1, {0, 1}, {0, 1}, 20)), "20");
+}
+
+TEST_F(Announcement, OfAPrefixIsByType8) { EXPECT_EQ(shape_of(prefix_notices({"blue", {}})), "8"); }
 
 // ---- Lists of types, and frames from clients --------------------------------------------------------------
 

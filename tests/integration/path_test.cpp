@@ -50,6 +50,15 @@ const Question questions[] = {
     {"fwd-mode vlan10",          "kov_get_fwd_mode(vlan10) = Anycast Gateway", 1},
     {"fwd-mode vlan22",          "kov_get_fwd_mode(vlan22) = Proxy Gateway", 1},
     {"fwd-mode vlan29",          "kov_get_fwd_mode(vlan29) = Standard", 1},
+    {"port-tracking eth1/1",     "kov_get_port_tracking(eth1/1) = on", 1},
+    {"port-tracking eth1/47",    "kov_get_port_tracking(eth1/47) = off", 1},
+    {"port-tracking eth2/31",    "kov_get_port_tracking(eth2/31) = on", 1},
+    {"port-tracking po300",      "kov_get_port_tracking(po300) = on", 1},
+    {"port-tracking eth9/1",     "kov_get_port_tracking(eth9/1) = off", 1},
+    {"port-l2dci eth1/48",       "kov_get_port_l2dci(eth1/48) = on", 1},
+    {"port-l2dci eth1/1",        "kov_get_port_l2dci(eth1/1) = off", 1},
+    {"port-l2dci po10",          "kov_get_port_l2dci(po10) = on", 1},
+    {"port-l2dci po2",           "kov_get_port_l2dci(po2) = off", 1},
 };
 // clang-format on
 
@@ -184,6 +193,15 @@ TEST_F(Path, WatchShowsTheMessageOfEachChange)
         {"set svi vlan10 migration_enabled=yes",        "type 15, SVI migration: vlan10"},
         {"set svi vlan3900 vaddr_bound=no",             "type 11, fabric control segment: vlan3900 (VLAN 3900), 192.0.2.1, 2001:db8:f::1, gateway MAC 2020.0000.00aa"},
         {"del svi vlan10",                              "type 9, SVI forwarding mode: vlan10"},
+        {"set port eth1/5 tracking=on",                 "type 10, port tracking: eth1/5"},
+        {"set port po2 l2dci=on",                       "type 20, port L2DCI: po2"},
+        {"del port po2",                                "type 20, port L2DCI: po2"},
+        {"set topology 11 suppress_arp_mode=l2",        "type 19, suppress-ARP topology: bridge domain 11, SVI vlan11"},
+        {"set topology 400 vni=10400",                  "type 19, suppress-ARP topology: bridge domain 400, SVI -"},
+        {"del topology 11",                             "type 19, suppress-ARP topology: bridge domain 11, SVI vlan11"},
+        {"set prefix red 10.9.0.0/16",                  "type 8, aggregate subnet prefix: 10.9.0.0/16 in VRF red"},
+        {"set prefix red 2001:db8:9::/48",              "type 8, aggregate subnet prefix: 2001:db8:9::/48 in VRF red"},
+        {"del prefix red 10.9.0.0/16",                  "type 8, aggregate subnet prefix: 10.9.0.0/16 in VRF red"},
     };
     // clang-format on
     serve();
@@ -224,6 +242,48 @@ TEST_F(Path, NothingIsToldWhenNothingChanged)
     EXPECT_EQ(ask("set svi vlan10 fwd_mode=anycast-gateway"), "vlan10: nothing changed\n");
     EXPECT_EQ(ask("set geninfo fabric_id=7"), "general information: nothing changed\n");
     EXPECT_EQ(ask("set svi vlan10 as=9"), "vlan10: nothing changed; told 1 client by type 9\n");
+    EXPECT_EQ(ask("set port eth1/1 tracking=on"), "eth1/1: nothing changed\n");
+    EXPECT_EQ(ask("set port eth1/1 tracking=on as=10"),
+              "eth1/1: nothing changed; told 1 client by type 10\n");
+    EXPECT_EQ(ask("set topology 14 suppress_arp_mode=l2"), "topology 14: nothing changed\n");
+    EXPECT_EQ(ask("set topology 14 as=19"), "topology 14: nothing changed; told 1 client by type 19\n");
+    EXPECT_EQ(ask("set prefix guest 10.2.0.0/16"), "10.2.0.0/16 in VRF guest: nothing changed\n");
+}
+
+TEST_F(Path, ATopologyTakesItsSviAlongInOneChange)
+{
+    serve();
+    client("both", "9,19");
+    client("modes", "9");
+    EXPECT_EQ(ask("set topology 11 suppress_arp_mode=l2"),
+              "topology 11: suppress_arp_enabled no -> yes, suppress_arp_mode disabled -> l2; "
+              "vlan11: suppress_arp no -> yes; told 2 clients by type 9,19\n");
+    ask("-c modes wait handled 1");
+    ask("-c both wait handled 1");
+    EXPECT_NE(ask("show svi vlan11").find("suppress_arp               yes\n"), std::string::npos);
+    EXPECT_EQ(ask("set topology 11 suppress_arp_enabled=no"),
+              "topology 11: suppress_arp_enabled yes -> no; vlan11: suppress_arp yes -> no; "
+              "told 2 clients by type 9,19\n");
+    EXPECT_EQ(ask("set topology 11 suppress_arp_enabled=yes suppress_arp_mode=l2-l3 svi=vlan3900"),
+              "topology 11: suppress_arp_enabled no -> yes, suppress_arp_mode l2 -> l2-l3, "
+              "svi vlan11 -> vlan3900; vlan3900: suppress_arp no -> yes; told 2 clients by type 9,19\n");
+    EXPECT_EQ(ask("set topology 11 svi=none"),
+              "topology 11: svi vlan3900 -> none; vlan3900: suppress_arp yes -> no; "
+              "told 2 clients by type 9,19\n");
+    EXPECT_EQ(ask("del topology 14"),
+              "topology 14 deleted; vlan14: suppress_arp yes -> no; told 2 clients by type 9,19\n");
+    EXPECT_EQ(ask("del topology 10"), "topology 10 deleted; told 1 client by type 19\n");
+    ask("-c both wait handled 6");
+    ask("-c modes wait handled 5");
+    EXPECT_EQ(status("handled", "both"), "6") << "type 19 alone, when it names the SVI";
+}
+
+TEST_F(Path, AnSviThatComesLaterHasTheSuppressionOfItsTopology)
+{
+    serve(write("bare.json", R"({"topologies": [{"bd": 5, "suppress_arp_mode": "l2"}]})"));
+    EXPECT_EQ(ask("set topology 5 svi=vlan5"), "topology 5: svi none -> vlan5; no client wants to know\n");
+    EXPECT_EQ(ask("set svi vlan5 is_up=yes"), "vlan5 created: is_up no -> yes; no client wants to know\n");
+    EXPECT_NE(ask("show svi vlan5").find("suppress_arp               yes\n"), std::string::npos);
 }
 
 // ---- Full queues, dead clients
@@ -337,8 +397,28 @@ TEST_F(Path, ListsAndRecordsCanBeLookedAt)
     EXPECT_NE(ask("show svi vlan12").find("migration_enabled          yes\n"), std::string::npos);
     EXPECT_NE(ask("show geninfo").find("switch_role                leaf+border\n"), std::string::npos);
     EXPECT_EQ(kovctl("show svi vlan99").err, "there is no vlan99\n");
+    const std::string topologies = ask("list topologies");
+    EXPECT_EQ(lines_in(topologies), 31u);
+    EXPECT_NE(topologies.find("16     10016     L2/L3 ARP Suppression      yes      vlan16\n"),
+              std::string::npos)
+        << topologies;
+    EXPECT_NE(ask("show topology 14").find("suppress_arp_mode          l2\n"), std::string::npos);
+    EXPECT_EQ(kovctl("show topology 999").err, "there is no topology 999\n");
+    const std::string ports = ask("list ports");
+    EXPECT_EQ(lines_in(ports), 18u);
+    EXPECT_NE(ports.find("\neth2/31    on        on\n"), std::string::npos) << ports;
+    EXPECT_EQ(ask("show port eth1/48"), "tracking                   off\nl2dci                      on\n");
+    EXPECT_EQ(kovctl("show port eth1/49").err, "eth1/49 is outside its card, which has 48 ports\n");
+    const std::string prefixes = ask("list prefixes");
+    EXPECT_EQ(lines_in(prefixes), 61u);
+    EXPECT_NE(prefixes.find("guest                            2001:db8:2:119::/64\n"), std::string::npos)
+        << prefixes;
     EXPECT_EQ(status("registered", "arp"), "yes");
     EXPECT_EQ(status("svis"), "40");
+    EXPECT_EQ(status("topologies"), "30");
+    EXPECT_EQ(status("slots with tracked ports"), "4");
+    EXPECT_EQ(status("slots with l2dci ports"), "4");
+    EXPECT_EQ(status("prefixes"), "60");
 }
 
 TEST_F(Path, WithoutACommandKovctlRunsTheLinesOfItsInput)

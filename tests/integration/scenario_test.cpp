@@ -5,6 +5,7 @@
 
 #include <kov/kov_enums.h>
 
+#include <cstring>
 #include <set>
 
 namespace
@@ -39,7 +40,7 @@ protected:
 TEST_F(ScenarioFile, TheLeafHasTwoTenantsAndFortySvisInEveryMode)
 {
     ASSERT_TRUE(load(leaf())) << mistakes_.front();
-    EXPECT_EQ(scenario_.vrfs, (std::vector<std::string>{"production", "guest"}));
+    EXPECT_EQ(scenario_.vrfs, (std::vector<std::string>{"production", "guest", "red"}));
     EXPECT_EQ(scenario_.svis.size(), 40u);
     std::set<std::uint32_t> modes;
     for (const auto &[ifindex, record] : scenario_.svis) {
@@ -56,6 +57,100 @@ TEST_F(ScenarioFile, TheLeafsControlSegmentIsBoundCompletely)
     EXPECT_EQ(scenario_.general->fabric_ctrl_svi, std::uint32_t{control.svi_ifindex});
     EXPECT_EQ(control.is_fabric_ctrl_seg, 1u);
     EXPECT_EQ(kov_is_vaddr_bind_complete(&control), 1u);
+}
+
+TEST_F(ScenarioFile, TheLeafHasTwoCardsFourChannelsThirtyTopologiesAndSixtyPrefixesInThreeVrfs)
+{
+    ASSERT_TRUE(load(leaf()));
+    EXPECT_EQ(scenario_.line_cards.size(), 2u);
+    EXPECT_EQ(scenario_.line_cards.at(1).ports, 48u);
+    EXPECT_EQ(scenario_.line_cards.at(2).name, "eth2");
+    EXPECT_EQ(scenario_.port_channels.size(), 4u);
+    EXPECT_EQ(scenario_.topologies.size(), 30u);
+    EXPECT_EQ(scenario_.prefixes.size(), 60u);
+    std::set<std::string> vrfs;
+    for (const Prefix &prefix : scenario_.prefixes)
+        vrfs.insert(prefix.vrf);
+    EXPECT_EQ(vrfs, (std::set<std::string>{"default", "guest", "production"}));
+}
+
+TEST_F(ScenarioFile, AnSviSuppressesArpExactlyWhenItsTopologyDoes)
+{
+    ASSERT_TRUE(load(leaf()));
+    unsigned suppressing = 0;
+    for (const auto &[bd, topology] : scenario_.topologies) {
+        const kov_rdb_sviinfo_t &record = scenario_.svis.at(topology.suppress_arp_l3_svi);
+        EXPECT_EQ(record.suppress_arp, std::uint32_t{topology.suppress_arp_enabled}) << bd;
+        EXPECT_EQ(topology.suppress_arp_enabled != 0, topology.suppress_arp_mode != 0) << bd;
+        suppressing += topology.suppress_arp_enabled;
+    }
+    EXPECT_EQ(suppressing, 4u);
+}
+
+TEST_F(ScenarioFile, ATopologyGivesItsSviTheSuppression)
+{
+    ASSERT_TRUE(mistakes_in(R"({
+      "svis": [ { "svi": "vlan10" }, { "svi": "vlan11" } ],
+      "topologies": [ { "bd": 100, "vni": 16777215, "suppress_arp_mode": "l2-l3", "svi": "vlan10" },
+                      { "bd": 65535, "suppress_arp_mode": "l2", "suppress_arp_enabled": false, "svi": "vlan11" } ]
+    })")
+                    .empty());
+    const kov_rdb_l2rib_topo_info_t &topology = scenario_.topologies.at(100);
+    EXPECT_EQ(topology.bd, 100u);
+    EXPECT_EQ(topology.vni, 0xffffffu);
+    EXPECT_EQ(topology.suppress_arp_enabled, 1u) << "a mode means that it is in use";
+    EXPECT_EQ(topology.suppress_arp_mode, std::uint32_t{KOV_SUPPRESS_ARP_L2_L3});
+    EXPECT_EQ(topology.suppress_arp_l3_svi, std::uint32_t{svi("vlan10").svi_ifindex});
+    EXPECT_EQ(svi("vlan10").suppress_arp, 1u);
+    EXPECT_EQ(scenario_.topologies.at(65535).suppress_arp_enabled, 0u) << "unless told otherwise";
+    EXPECT_EQ(svi("vlan11").suppress_arp, 0u);
+}
+
+TEST_F(ScenarioFile, PortsStandAsBitsInTheRecordsOfTheirSlots)
+{
+    ASSERT_TRUE(mistakes_in(R"({
+      "line_cards": [ { "card": "eth1", "ports": 8 }, { "card": "sat156", "ports": 255 } ],
+      "port_channels": [ "po0", "po254", "po255", "po25244" ],
+      "ports": [ { "port": "eth1/1", "tracking": true }, { "port": "eth1/8", "tracking": true, "l2dci": true },
+                 { "port": "eth1/2" }, { "port": "sat156/255", "l2dci": true }, { "port": "po0", "tracking": true },
+                 { "port": "po254", "tracking": true }, { "port": "po255", "tracking": true },
+                 { "port": "po25244", "tracking": true } ]
+    })")
+                    .empty());
+    ASSERT_EQ(scenario_.tracking.size(), 4u);
+    const SlotPorts &card = scenario_.tracking.at(1);
+    EXPECT_EQ(card.num_bits, 9u) << "bit 0 stands for no port";
+    EXPECT_EQ(card.port_bits[0], 1u << 1);
+    EXPECT_EQ(card.port_bits[1], 1u);
+    const SlotPorts &channels = scenario_.tracking.at(157);
+    EXPECT_EQ(channels.num_bits, 256u);
+    EXPECT_EQ(channels.port_bits[0], 1u << 1) << "po0";
+    EXPECT_EQ(channels.port_bits[31], 1u << 7) << "po254";
+    EXPECT_EQ(scenario_.tracking.at(158).port_bits[0], 1u << 1) << "po255";
+    EXPECT_EQ(scenario_.tracking.at(255).port_bits[31], 1u << 7) << "po25244, the last that has a place";
+    ASSERT_EQ(scenario_.l2dci.size(), 2u) << "a slot without a port has no record";
+    EXPECT_EQ(scenario_.l2dci.at(156).num_bits, 256u);
+    EXPECT_EQ(scenario_.l2dci.at(156).port_bits[31], 1u << 7);
+}
+
+TEST_F(ScenarioFile, PrefixesOfBothFamiliesAreKeptPerVrf)
+{
+    ASSERT_TRUE(mistakes_in(R"({
+      "vrfs": [ "blue" ],
+      "prefixes": [ { "vrf": "blue", "prefixes": [ "10.1.0.0/16", "2001:db8::/33" ] },
+                    { "vrf": "default", "prefixes": [ "10.1.0.0/16", "0.0.0.0/0", "::/0", "10.1.2.3/32" ] } ]
+    })")
+                    .empty());
+    EXPECT_EQ(scenario_.prefixes.size(), 6u);
+    const Prefix &first = *scenario_.prefixes.begin();
+    EXPECT_EQ(first.vrf, "blue");
+    EXPECT_EQ(network_text(first.network), "10.1.0.0/16");
+    const kov_rdb_aggr_sub_pfx_t v4 = record_of(first.network);
+    const std::uint8_t v4_bytes[20] = {0, 0, 1, 10, 16};
+    EXPECT_EQ(std::memcmp(v4.prefix, v4_bytes, 20), 0) << "the address in host order, the length behind it";
+    const kov_rdb_aggr_sub_pfx_t v6 = record_of(std::next(scenario_.prefixes.begin())->network);
+    const std::uint8_t v6_bytes[20] = {0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 33};
+    EXPECT_EQ(std::memcmp(v6.prefix, v6_bytes, 20), 0) << "the address in network order";
 }
 
 TEST_F(ScenarioFile, EveryKindOfFieldArrivesInTheRecord)
@@ -175,6 +270,50 @@ const Bad bad_scenarios[] = {
     {"VrfsNoList",        "{\"vrfs\": \"blue\"}",                           "1: vrfs: must be a list of names, not \"blue\""},
     {"ControlSviAbsent",  "{\"general\": {\n\"fabric_ctrl_svi\": \"vlan9\"}}", "2: general.fabric_ctrl_svi: vlan9 is not among the svis"},
     {"MobdomWithNul",     "{\"general\": {\"mobdom\": \"a\\u0000b\"}}",     "1: general.mobdom: holds a NUL character"},
+    {"CardWithoutName",   "{\"line_cards\": [\n{\"ports\": 4}]}",          "2: line_cards[0]: has no \"card\", the line card's name"},
+    {"CardWithoutPorts",  "{\"line_cards\": [\n{\"card\": \"eth1\"}]}",    "2: line_cards[0]: has no \"ports\", the number of its ports"},
+    {"CardIsAnSvi",       "{\"line_cards\": [{\"card\": \"vlan1\", \"ports\": 4}]}", "1: line_cards[0].card: \"vlan1\" is not a line card, like eth1 or sat101, up to slot 156"},
+    {"CardBeyondTheLast", "{\"line_cards\": [{\"card\": \"eth157\", \"ports\": 4}]}", "1: line_cards[0].card: \"eth157\" is not a line card"},
+    {"CardWithNoPort",    "{\"line_cards\": [{\"card\": \"eth1\",\n\"ports\": 0}]}", "2: line_cards[0].ports: 0 is out of range, it must be from 1 to 255"},
+    {"CardTooWide",       "{\"line_cards\": [{\"card\": \"eth1\", \"ports\": 256}]}", "1: line_cards[0].ports: 256 is out of range"},
+    {"CardPortsAsText",   "{\"line_cards\": [{\"card\": \"eth1\", \"ports\": \"4\"}]}", "1: line_cards[0].ports: must be a whole number, not \"4\""},
+    {"CardUnknownField",  "{\"line_cards\": [{\"card\": \"eth1\", \"ports\": 4,\n\"speed\": 10}]}", "2: line_cards[0].speed: is not a field; the fields are card, ports"},
+    {"CardsInOneSlot",    "{\"line_cards\": [{\"card\": \"eth1\", \"ports\": 4},\n{\"card\": \"sat1\", \"ports\": 4}]}", "2: line_cards[1].card: slot 1 is there already, at line 1"},
+    {"CardsNoList",       "{\"line_cards\": 2}",                            "1: line_cards: must be a list of line cards, not 2"},
+    {"ChannelIsAPort",    "{\"port_channels\": [\"eth1/1\"]}",              "1: port_channels[0]: \"eth1/1\" is not a port-channel, po0 to po25244"},
+    {"ChannelWithoutRoom", "{\"port_channels\": [\n\"po25245\"]}",         "2: port_channels[0]: \"po25245\" is not a port-channel"},
+    {"ChannelTwice",      "{\"port_channels\": [\"po1\",\n\"po1\"]}",      "2: port_channels[1]: po1 is there already, at line 1"},
+    {"ChannelNoText",     "{\"port_channels\": [1]}",                       "1: port_channels[0]: must be a text in quotes, not 1"},
+    {"PortUnknown",       "{\"ports\": [\n{\"port\": \"eth1/1\"}]}",       "2: ports[0].port: eth1/1 is on none of the line_cards"},
+    {"PortOutsideItsCard", "{\"line_cards\": [{\"card\": \"eth1\", \"ports\": 4}],\n\"ports\": [{\"port\": \"eth1/5\"}]}", "2: ports[0].port: eth1/5 is outside its card, which has 4 ports"},
+    {"PortOfOtherKind",   "{\"line_cards\": [{\"card\": \"eth1\", \"ports\": 4}],\n\"ports\": [{\"port\": \"sat1/1\"}]}", "2: ports[0].port: sat1/1 is on none of the line_cards"},
+    {"PortChannelUnknown", "{\"ports\": [{\"port\": \"po1\"}]}",           "1: ports[0].port: po1 is not among the port_channels"},
+    {"PortIsAnSvi",       "{\"ports\": [{\"port\": \"vlan1\"}]}",         "1: ports[0].port: \"vlan1\" is not a port, like eth1/5 or po10"},
+    {"PortWithoutName",   "{\"ports\": [{\"tracking\": true}]}",          "1: ports[0]: has no \"port\", the interface's name"},
+    {"PortTwice",         "{\"port_channels\": [\"po1\"], \"ports\": [{\"port\": \"po1\"},\n{\"port\": \"po1\"}]}", "2: ports[1].port: port po1 is there already, at line 1"},
+    {"PortBitAsText",     "{\"port_channels\": [\"po1\"], \"ports\": [{\"port\": \"po1\",\n\"l2dci\": \"on\"}]}", "2: ports[0].l2dci: must be true or false, not \"on\""},
+    {"PortUnknownField",  "{\"port_channels\": [\"po1\"], \"ports\": [{\"port\": \"po1\",\n\"mtu\": 9000}]}", "2: ports[0].mtu: is not a field; the fields are tracking, l2dci"},
+    {"TopologyNoKey",     "{\"topologies\": [\n{\"vni\": 1}]}",            "2: topologies[0]: has no \"bd\", the bridge domain"},
+    {"TopologyOfZero",    "{\"topologies\": [{\"bd\": 0}]}",              "1: topologies[0].bd: 0 is out of range, it must be from 1 to 65535"},
+    {"TopologyTwice",     "{\"topologies\": [{\"bd\": 5},\n{\"bd\": 5}]}", "2: topologies[1].bd: bridge domain 5 is there already, at line 1"},
+    {"TopologyVniTooHigh", "{\"topologies\": [{\"bd\": 5,\n\"vni\": 16777216}]}", "2: topologies[0].vni: 16777216 is out of range, it must be from 0 to 16777215"},
+    {"TopologyModeUnknown", "{\"topologies\": [{\"bd\": 5,\n\"suppress_arp_mode\": \"l3\"}]}", "2: topologies[0].suppress_arp_mode: \"l3\" is none of disabled, l2, l2-l3"},
+    {"TopologySviUnknown", "{\"topologies\": [{\"bd\": 5,\n\"svi\": \"vlan9\"}]}", "2: topologies[0].svi: vlan9 is not among the svis"},
+    {"TopologySviIsAPort", "{\"topologies\": [{\"bd\": 5,\n\"svi\": \"eth1/1\"}]}", "2: topologies[0].svi: \"eth1/1\" is not an SVI"},
+    {"TopologySviShared", "{\"svis\": [{\"svi\": \"vlan9\"}], \"topologies\": [{\"bd\": 5, \"svi\": \"vlan9\"},\n{\"bd\": 6, \"svi\": \"vlan9\"}]}", "2: topologies[1].svi: vlan9 is that of bridge domain 5"},
+    {"SviContradicted",   "{\"svis\": [{\"svi\": \"vlan9\",\n\"suppress_arp\": true}],\n\"topologies\": [{\"bd\": 5, \"svi\": \"vlan9\"}]}", "2: svis[0].suppress_arp: contradicts bridge domain 5, whose SVI this is"},
+    {"TopologyUnknownField", "{\"topologies\": [{\"bd\": 5,\n\"mode\": \"l2\"}]}", "2: topologies[0].mode: is not a field; the fields are vni, suppress_arp_enabled, suppress_arp_mode, svi"},
+    {"PrefixesOfUnknownVrf", "{\"prefixes\": [\n{\"vrf\": \"red\", \"prefixes\": []}]}", "2: prefixes[0].vrf: \"red\" is not among the vrfs"},
+    {"PrefixesWithoutVrf", "{\"prefixes\": [{\"prefixes\": []}]}",          "1: prefixes[0]: has no \"vrf\", the VRF's name"},
+    {"PrefixesWithoutList", "{\"prefixes\": [{\"vrf\": \"default\"}]}",     "1: prefixes[0]: has no \"prefixes\", the list of them"},
+    {"PrefixesUnknownField", "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [],\n\"metric\": 1}]}", "2: prefixes[0].metric: is not a field; the fields are vrf, prefixes"},
+    {"PrefixLengthOfV4",  "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\n\"10.0.0.0/33\"]}]}", "2: prefixes[0].prefixes[0]: \"10.0.0.0/33\" has a prefix length that is not from 0 to 32"},
+    {"PrefixLengthOfV6",  "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\n\"fd00::/129\"]}]}", "2: prefixes[0].prefixes[0]: \"fd00::/129\" has a prefix length that is not from 0 to 128"},
+    {"PrefixHostBitsOfV4", "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\n\"10.1.2.3/16\"]}]}", "2: prefixes[0].prefixes[0]: \"10.1.2.3/16\" has host bits set; the prefix is 10.1.0.0/16"},
+    {"PrefixHostBitsOfV6", "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\n\"2001:db8:8000::/33\", \"2001:db8::1/64\"]}]}", "2: prefixes[0].prefixes[1]: \"2001:db8::1/64\" has host bits set; the prefix is 2001:db8::/64"},
+    {"PrefixNotOne",      "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\"ten\"]}]}", "1: prefixes[0].prefixes[0]: \"ten\" is not an address with a prefix length"},
+    {"PrefixTwice",       "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\"10.0.0.0/8\"]},\n{\"vrf\": \"default\", \"prefixes\": [\"10.0.0.0/8\"]}]}", "2: prefixes[1].prefixes[0]: 10.0.0.0/8 in VRF default is there already, at line 1"},
+    {"PrefixNoText",      "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [10]}]}", "1: prefixes[0].prefixes[0]: must be a text in quotes, not 10"},
     {"DescriptionNoText", "{\"description\": 1}",                           "1: description: must be a text in quotes, not 1"},
 };
 // clang-format on
@@ -197,24 +336,59 @@ TEST_F(ScenarioFile, AllMistakesAreReportedAtOnce)
               3u);
 }
 
-TEST_F(ScenarioFile, ShortAndLongTextsOfEveryFieldAreTakenBack)
+// The text of each field, set in another record, gives the field again.
+template <typename Record>
+void expect_taken_back(std::span<const Field> fields, const Record &record, Record other)
+{
+    for (const Field &field : fields) {
+        std::string why;
+        ASSERT_TRUE(set_field(field, &other, field_text(field, &record), why)) << field.name << ": " << why;
+        EXPECT_TRUE(same_field(field, &other, &record)) << field.name;
+    }
+}
+
+TEST_F(ScenarioFile, TheTextsOfEveryFieldAreTakenBack)
 {
     ASSERT_TRUE(load(leaf()));
+    expect_taken_back(geninfo_fields(), *scenario_.general, default_geninfo());
     for (const auto &[ifindex, record] : scenario_.svis)
-        for (const Field &field : svi_fields()) {
-            kov_rdb_sviinfo_t copy = default_svi(ifindex);
-            std::string why;
-            ASSERT_TRUE(set_field(field, &copy, field_text(field, &record), why))
-                << field.name << ": " << why;
-            EXPECT_TRUE(same_field(field, &copy, &record)) << field.name;
-        }
-    for (const Field &field : geninfo_fields()) {
-        kov_rdb_geninfo_t copy = default_geninfo();
+        expect_taken_back(svi_fields(), record, default_svi(ifindex));
+    for (const auto &[bd, record] : scenario_.topologies)
+        expect_taken_back(topology_fields(), record, default_topology(bd));
+    for (const PortBits bits : {PortBits{0, 0}, PortBits{0, 1}, PortBits{1, 0}, PortBits{1, 1}})
+        expect_taken_back(port_fields(), bits, PortBits{1, 1});
+}
+
+// ---- Interfaces ------------------------------------------------------------------------------------------
+
+struct PortRow {
+    const char *name;
+    std::optional<Place> place;
+};
+
+TEST(Interface, APortHasItsPlaceInTheRecordsAsClientsComputeIt)
+{
+    // clang-format off
+    const PortRow rows[] = {
+        {"eth1/1",     Place{1, 1}},   {"eth1/255",  Place{1, 255}},   {"sat156/3", Place{156, 3}},
+        {"eth1/256",   std::nullopt},  {"eth157/1",  std::nullopt},
+        {"po0",        Place{157, 1}}, {"po254",     Place{157, 255}}, {"po255",    Place{158, 1}},
+        {"po25244",    Place{255, 255}},
+        {"po25245",    std::nullopt},  {"po65535",   std::nullopt},
+    };
+    // clang-format on
+    for (const PortRow &row : rows) {
         std::string why;
-        ASSERT_TRUE(set_field(field, &copy, field_text(field, &*scenario_.general), why))
-            << field.name << why;
-        EXPECT_TRUE(same_field(field, &copy, &*scenario_.general)) << field.name;
+        const std::uint32_t port = port_of_name(row.name, why);
+        ASSERT_NE(port, 0u) << row.name;
+        EXPECT_EQ(place_of(port) == row.place, true) << row.name;
+        EXPECT_EQ(name_of_interface(port), row.name);
     }
+    std::string why;
+    EXPECT_EQ(place_of(svi_of_name("vlan10", why)) == std::nullopt, true);
+    EXPECT_EQ(port_of_name("vlan10", why), 0u);
+    EXPECT_EQ(svi_of_name("po10", why), 0u);
+    EXPECT_EQ(name_of_interface(0), "none");
 }
 
 } // namespace

@@ -1,0 +1,41 @@
+// The library's queries by name, as "get" asks them: arguments as text in, the call and its answer as text
+// out.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace kov_lab
+{
+
+enum class Argument { none, family, svi, svi_or_none, port };
+
+struct Answer {
+    std::string call; // "kov_get_fwd_mode(vlan10)"
+    std::string text;
+};
+
+// Checked numbers: interface indices (0: none given), an address family.
+using Arguments = std::array<std::uint32_t, 2>;
+
+struct Query {
+    const char *name;
+    std::array<Argument, 2> takes;
+    Answer (*ask)(const Arguments &arguments);
+    const char *help;
+};
+
+std::span<const Query> all_queries();
+const Query *find_query(std::string_view name);
+
+// "fwd-mode SVI"
+std::string usage_of(const Query &query);
+
+// False, with `why`, for words that the query does not take.
+bool parse_arguments(const Query &query, std::span<const char *const> words, Arguments &out,
+                     std::string &why);
+
+} // namespace kov_lab
