@@ -56,7 +56,8 @@ int get(std::span<const char *const> words, std::string &text)
     }
     const std::uint64_t before = database_reads();
     const Answer answer = query->ask(arguments);
-    text = answer.call + " = " + answer.text + ", " + source_of(database_reads() - before) + "\n";
+    text = answer.call + " = " + answer.text;
+    text += query->reads ? ", " + source_of(database_reads() - before) + "\n" : "\n";
     return done;
 }
 
@@ -110,7 +111,7 @@ struct Command {
 
 // clang-format off
 Command commands[] = {
-    {"get",       "QUERY [ARGUMENT]: ask the library; without a query, the list", run_get},
+    {"get",       "QUERY [ARGUMENT...]: ask the library; without a query, the list", run_get},
     {"status",    "registration, messages and reads",                             run_status},
     {"debug on",  "the library's traces on this terminal",                        run_debug_on},
     {"debug off", "no more traces",                                               run_debug_off},
@@ -174,7 +175,7 @@ const char *kov_lab_query_help(void)
     if (text.empty())
         for (const Query &query : all_queries()) {
             std::string line = "  " + usage_of(query);
-            line.resize(34, ' ');
+            line.resize(36, ' ');
             text += line + query.help + "\n";
         }
     return text.c_str();

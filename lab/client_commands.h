@@ -2,10 +2,10 @@
  * The commands that a client process serves on its command line, ready to be added with one call, and the
  * text of a message. kov-agent uses both; kovctl runs the same commands in itself when no client is named.
  *
- *   get QUERY [ARGUMENT]   asks the library in this process; the answer says whether it came from the cache
- *                          or from the database, by what the host's read counters did meanwhile
- *   status                 registration, messages and reads, one "name: value" each line
- *   debug on | debug off   the library's traces on the terminal that asks
+ *   get QUERY [ARGUMENT...]   asks the library in this process; the answer says whether it came from the
+ * cache or from the database, by what the host's read counters did meanwhile status registration, messages
+ * and reads, one "name: value" each line debug on | debug off   the library's traces on the terminal that
+ * asks
  *
  * Status of a command: 0 done, 1 refused, 2 used wrongly. Nothing here throws. The texts belong to this
  * module; a message's text holds until the next call.

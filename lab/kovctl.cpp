@@ -68,7 +68,7 @@ void describe(CLI::App &app, Options &options)
                "Exit codes: 0 done, 1 refused or unreachable, 2 used wrongly.");
     for (const CommandHelp &row : remote_commands)
         add_command(app, options, row.name, row.words, row.help);
-    add_command(app, options, "get", "QUERY [ARGUMENT]", "ask the library, here or inside the client")
+    add_command(app, options, "get", "QUERY [ARGUMENT...]", "ask the library, here or inside the client")
         ->footer(std::string("Queries:\n") + kov_lab_query_help());
     CLI::App *watching =
         add_command(app, options, "watch", "", "register, and print each message that comes");

@@ -2,6 +2,8 @@
 // out.
 #pragma once
 
+#include "values.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
@@ -11,21 +13,25 @@
 namespace kov_lab
 {
 
-enum class Argument { none, family, svi, svi_or_none, port };
+enum class Argument { none, family, svi, svi_or_none, port, interface, bridge_domain, address };
 
 struct Answer {
     std::string call; // "kov_get_fwd_mode(vlan10)"
     std::string text;
 };
 
-// Checked numbers: interface indices (0: none given), an address family.
-using Arguments = std::array<std::uint32_t, 2>;
+// Checked: a family, interface indices (0: none given) and bridge domains are numbers.
+struct Arguments {
+    std::array<std::uint32_t, 2> number{};
+    Network address; // with all its bits
+};
 
 struct Query {
     const char *name;
     std::array<Argument, 2> takes;
     Answer (*ask)(const Arguments &arguments);
     const char *help;
+    bool reads = true; // a record, from the cache or from the database
 };
 
 std::span<const Query> all_queries();

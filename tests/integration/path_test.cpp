@@ -50,6 +50,22 @@ const Question questions[] = {
     {"fwd-mode vlan10",          "kov_get_fwd_mode(vlan10) = Anycast Gateway", 1},
     {"fwd-mode vlan22",          "kov_get_fwd_mode(vlan22) = Proxy Gateway", 1},
     {"fwd-mode vlan29",          "kov_get_fwd_mode(vlan29) = Standard", 1},
+    {"forwarding-mode vlan22 eth1/1", "kov_check_forwarding_mode(vlan22, eth1/1) = Conditional Proxy Gateway", 2},
+    {"forwarding-mode vlan22 eth1/5", "kov_check_forwarding_mode(vlan22, eth1/5) = Proxy Gateway", 2},
+    {"forwarding-mode vlan10 eth1/1", "kov_check_forwarding_mode(vlan10, eth1/1) = Anycast Gateway", 1},
+    {"proxy-mode vlan22 po1",    "kov_check_proxy_mode(vlan22, po1) = 3", 2},
+    {"proxy-mode vlan22 eth1/5", "kov_check_proxy_mode(vlan22, eth1/5) = 1", 2},
+    {"proxy-mode vlan28 eth1/1", "kov_check_proxy_mode(vlan28, eth1/1) = 2", 1},
+    {"suppress-arp vlan14",      "kov_is_suppress_arp_enabled_ferro_svi(vlan14) = on", 1},
+    {"suppress-arp vlan10",      "kov_is_suppress_arp_enabled_ferro_svi(vlan10) = off", 1},
+    {"suppress-arp-mode 14",     "kov_get_suppress_arp_mode(14) = L2 ARP Suppression", 1},
+    {"suppress-arp-mode 16",     "kov_get_suppress_arp_mode(16) = L2/L3 ARP Suppression", 1},
+    {"suppress-arp-mode 999",    "kov_get_suppress_arp_mode(999) = ARP Suppression Disabled", 1},
+    {"suppress-arp-svis",        "kov_get_all_suppress_arp_ferro_svis(list) = vlan14, vlan15, vlan16, vlan117, 4 SVIs", 41},
+    {"address-event vlan10 10.1.10.5", "kov_check_am_should_notify(vlan10, 10.1.10.5) = yes", 1},
+    {"address-event vlan10 2001:db8::5", "kov_check_am_should_notify(vlan10, 2001:db8::5) = yes", 1},
+    {"address-event vlan10 fe80::5", "kov_check_am_should_notify(vlan10, fe80::5) = no", 1},
+    {"address-event eth1/1 10.1.10.5", "kov_check_am_should_notify(eth1/1, 10.1.10.5) = no", 1},
     {"port-tracking eth1/1",     "kov_get_port_tracking(eth1/1) = on", 1},
     {"port-tracking eth1/47",    "kov_get_port_tracking(eth1/47) = off", 1},
     {"port-tracking eth2/31",    "kov_get_port_tracking(eth2/31) = on", 1},
@@ -84,6 +100,25 @@ TEST_F(Path, TheMobilityDomainIsReadFromTheDatabaseByAClientToo)
               "kov_get_global_mobdom(out) = \"campus-west\", from database (1 read)\n");
 }
 
+TEST_F(Path, TheSvisInFerroModesAreListedFromTheDatabaseHereAndFromTheCacheInAClient)
+{
+    serve();
+    client("arp");
+    const std::string here = ask("get ferro-svis");
+    const std::string there = ask("-c arp get ferro-svis");
+    const std::string list = "kov_get_all_enhanced_fwd_mode_svis(list) = vlan10, vlan11, ";
+    EXPECT_TRUE(here.starts_with(list)) << here;
+    EXPECT_TRUE(here.ends_with(", vlan119, vlan3900, 27 SVIs, from database (41 reads)\n")) << here;
+    EXPECT_EQ(there, here.substr(0, here.find(", from")) + ", from cache\n");
+}
+
+TEST_F(Path, WhetherAnInterfaceIsAnSviIsAskedOfNoRecord)
+{
+    serve();
+    EXPECT_EQ(ask("get ferro-capable vlan10"), "kov_is_intf_ferro_capable(vlan10) = yes\n");
+    EXPECT_EQ(ask("get ferro-capable eth1/1"), "kov_is_intf_ferro_capable(eth1/1) = no\n");
+}
+
 TEST_F(Path, AnSviInAConditionalModeIsNotCachedAndSoStandardInAClient)
 {
     serve();
@@ -108,6 +143,52 @@ TEST_F(Path, AClientSeesAChangeThroughItsMessageAndItsCache)
     ask("-c arp wait handled 2");
     EXPECT_TRUE(arp.says("type 4, fabric id: 42\n  fabric 42, border leaf switch, Vxlan"));
     EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 42, from cache\n");
+}
+
+TEST_F(Path, AClientSeesAPortsBitsChangeThroughItsCache)
+{
+    serve();
+    Process &arp = client("arp");
+    EXPECT_EQ(ask("-c arp get proxy-mode vlan22 eth1/5"),
+              "kov_check_proxy_mode(vlan22, eth1/5) = 1, from cache\n");
+    EXPECT_EQ(ask("set port eth1/5 tracking=on l2dci=on"),
+              "eth1/5: tracking off -> on, l2dci off -> on; told 1 client by type 10,20\n");
+    ask("-c arp wait handled 2");
+    EXPECT_TRUE(arp.says("type 10, port tracking: eth1/5\n  eth1/5: tracking on, L2DCI "));
+    EXPECT_TRUE(arp.says("type 20, port L2DCI: eth1/5\n  eth1/5: tracking on, L2DCI on\n"));
+    EXPECT_EQ(ask("-c arp get port-tracking eth1/5"), "kov_get_port_tracking(eth1/5) = on, from cache\n");
+    EXPECT_EQ(ask("-c arp get proxy-mode vlan22 eth1/5"),
+              "kov_check_proxy_mode(vlan22, eth1/5) = 3, from cache\n");
+    EXPECT_EQ(ask("del port po10"), "po10 deleted; told 1 client by type 20\n");
+    ask("-c arp wait handled 3");
+    EXPECT_EQ(ask("-c arp get port-l2dci po10"), "kov_get_port_l2dci(po10) = off, from cache\n")
+        << "the slot has no record any more";
+    EXPECT_EQ(ask("-c arp get port-l2dci po300"), "kov_get_port_l2dci(po300) = on, from cache\n");
+}
+
+TEST_F(Path, AClientSeesAnSvisSuppressionChangeThroughItsTopology)
+{
+    serve();
+    client("arp");
+    EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
+              "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = off, from cache\n");
+    ask("set topology 11 suppress_arp_mode=l2");
+    ask("-c arp wait handled 1");
+    EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
+              "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = on, from cache\n");
+    EXPECT_EQ(ask("-c arp get suppress-arp-mode 11"),
+              "kov_get_suppress_arp_mode(11) = L2 ARP Suppression, from cache\n");
+    ask("set topology 11 svi=vlan3900");
+    ask("-c arp wait handled 3");
+    EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
+              "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = off, from cache\n")
+        << "an SVI that lost its topology is told as an SVI";
+    ask("del topology 14");
+    ask("-c arp wait handled 4");
+    EXPECT_EQ(ask("-c arp get suppress-arp-mode 14"),
+              "kov_get_suppress_arp_mode(14) = ARP Suppression Disabled, from cache\n");
+    EXPECT_EQ(ask("-c arp get suppress-arp vlan14"),
+              "kov_is_suppress_arp_enabled_ferro_svi(vlan14) = off, from cache\n");
 }
 
 TEST_F(Path, ARemovedRecordGivesTheDefaults)
