@@ -63,6 +63,8 @@ int show_host(void *cli, int /*argc*/, const char *const * /*argv*/, void * /*ar
         {"Messages not sent", now.ipc_send_failures},
         {"  queue full", now.ipc_queue_full},
         {"  nobody there", now.ipc_peer_absent},
+        {"Watched peers lost", now.ipc_peer_losses},
+        {"Watched peers come back", now.ipc_peer_returns},
         {"Messages received", now.ipc_receives},
         {"Frames refused", now.ipc_frames_refused},
         {"Yields", now.yields},

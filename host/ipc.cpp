@@ -4,6 +4,7 @@
 #include <kov/platform/ipc.h>
 
 #include <cerrno>
+#include <utility>
 
 using namespace kov_host;
 
@@ -120,6 +121,19 @@ void kov_host_on_message(kov_host_message_fn cb, void *arg)
         if (cb != nullptr)
             receive = [cb, arg](const ipc_message &message) { cb(&message, arg); };
         attachment()->transport.set_receiver(std::move(receive));
+        return 0;
+    });
+}
+
+int kov_host_peer_watch(uint32_t sap, kov_host_peer_fn cb, void *arg)
+{
+    return guarded(-1, [&] {
+        if (attachment() == nullptr)
+            return fail("not attached");
+        PeerFn tell;
+        if (cb != nullptr)
+            tell = [cb, sap, arg](bool present) { cb(sap, present ? 1 : 0, arg); };
+        find(attachment()->handle)->watch_peer(sap, std::move(tell));
         return 0;
     });
 }

@@ -112,6 +112,26 @@ uint32_t kov_host_message_uid(const ipc_message *msg);
 uint32_t kov_host_message_gid(const ipc_message *msg);
 int32_t kov_host_message_handle(const ipc_message *msg);
 
+/*
+ * Says who hears when the process that serves the service access point `sap` goes away and when one serves it
+ * again; a null `cb` means nobody. `present` is 0 and 1 in turn. It begins with what is found now: where
+ * nobody serves, the first call is a 1, else a 0. A process that dies and is replaced at once is a 0 and then
+ * a 1 all the same. What the dead process had sent is still delivered. A return is noticed within a few
+ * hundredths of a second. Inside the callback a client registers again:
+ *
+ *     static void on_server(uint32_t sap, int present, void *arg)
+ *     {
+ *         (void)sap, (void)arg;
+ *         if (present && kov_deregister_client())
+ *             kov_register_client(kov_host_ipc_handle(), "arp", types, handler);
+ *     }
+ *
+ * When one of the two fails, the server is gone again, and its next return is a next call. The cache answers
+ * until kov_deregister_client, the database until the acknowledgement, the refilled cache from there on.
+ */
+typedef void (*kov_host_peer_fn)(uint32_t sap, int present, void *arg);
+int kov_host_peer_watch(uint32_t sap, kov_host_peer_fn cb, void *arg);
+
 /* ---- The loop ------------------------------------------------------------------------------------- */
 
 /* Runs callbacks as their causes arise until kov_host_stop, whose status it returns; -1 when not attached or
@@ -246,6 +266,8 @@ typedef struct kov_host_counters {
     uint64_t ipc_send_failures;  /* ipc_send that returned anything else; the next two are among them */
     uint64_t ipc_queue_full;     /* ... because the peer's queue was full (EAGAIN) */
     uint64_t ipc_peer_absent;    /* ... because nobody served the SAP (ECONNREFUSED) */
+    uint64_t ipc_peer_losses;    /* watched peers that went away */
+    uint64_t ipc_peer_returns;   /* watched peers that came (back) */
     uint64_t ipc_receives;       /* messages delivered */
     uint64_t ipc_frames_refused; /* frames thrown away: too short, too long, or of a length that is a lie */
     uint64_t yields;             /* times that a callback let others run */

@@ -6,6 +6,7 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
+#include <utility>
 
 namespace kov_host
 {
@@ -13,6 +14,7 @@ namespace
 {
 
 constexpr int frames_per_turn = 16;
+constexpr std::uint64_t peer_retry_ns = 20'000'000;
 
 // Why nobody serves a SAP, in the terms of connect(2).
 bool absent(int code) { return code == ENOENT || code == ECONNREFUSED; }
@@ -90,6 +92,8 @@ Endpoint::~Endpoint()
     }
     for (const auto &[sap, peer] : outbound_)
         loop_.unwatch(peer.watch);
+    for (const auto &[sap, peer] : watched_)
+        loop_.timer_stop(peer.timer);
     if (listener_)
         remove_owned(dir_.ipc_socket(sap_));
 }
@@ -213,6 +217,63 @@ void Endpoint::drop_outbound(std::uint32_t sap)
         return;
     loop_.unwatch(at->second.watch);
     outbound_.erase(at);
+    const auto watched = watched_.find(sap);
+    if (watched == watched_.end())
+        return;
+    watched->second.lost = true;
+    look_after(sap, watched->second);
+}
+
+void Endpoint::forget_peer(std::uint32_t sap)
+{
+    const auto at = watched_.find(sap);
+    if (at == watched_.end())
+        return;
+    loop_.timer_stop(at->second.timer);
+    watched_.erase(at);
+}
+
+void Endpoint::watch_peer(std::uint32_t sap, PeerFn fn)
+{
+    forget_peer(sap);
+    if (!fn)
+        return;
+    WatchedPeer &peer = watched_[sap];
+    peer.fn = std::move(fn);
+    int fd = -1;
+    peer.present = outbound_to(sap, fd) == 0;
+    if (!peer.present)
+        look_after(sap, peer);
+}
+
+// What there is to tell is told from a timer: a broken connection shows in the middle of a send, and there
+// nobody may be called.
+void Endpoint::look_after(std::uint32_t sap, WatchedPeer &peer)
+{
+    if (peer.timer == 0)
+        peer.timer = loop_.timer_start(0, peer_retry_ns, [this, sap](int) { look_at_peer(sap); });
+}
+
+// One step: a peer that went away is told of, and one that was away is looked for. Who is called may send,
+// watch anew or close this endpoint, so nothing is touched after the call.
+void Endpoint::look_at_peer(std::uint32_t sap)
+{
+    WatchedPeer &peer = watched_.at(sap);
+    const PeerFn fn = peer.fn;
+    int fd = -1;
+    if (peer.present && peer.lost) {
+        peer.present = peer.lost = false;
+        ++counters().ipc_peer_losses;
+        fn(false);
+        return;
+    }
+    peer.lost = false;
+    if (outbound_to(sap, fd) != 0)
+        return;
+    loop_.timer_stop(std::exchange(peer.timer, 0));
+    peer.present = true;
+    ++counters().ipc_peer_returns;
+    fn(true);
 }
 
 // A kept connection may be to a process that is gone. Then nothing was sent, and the SAP gets one more try

@@ -46,6 +46,7 @@ constexpr std::uint32_t last_free_sap = 65535;
 constexpr std::size_t max_connections = 512; // accepted ones, of an endpoint
 
 using ReceiveFn = std::function<void(const ipc_message &)>;
+using PeerFn = std::function<void(bool present)>;
 
 // What the endpoints of a process share: one receiver, one message at a time, one buffer.
 struct Receiving {
@@ -72,6 +73,8 @@ public:
     std::uint32_t sap() const { return sap_; }
     std::uint32_t option(std::uint32_t opcode) const;
     void set_option(std::uint32_t opcode, std::uint32_t value) { options_[opcode] = value; }
+    // Who hears that the owner of a SAP went away, or is there again; an empty function: nobody.
+    void watch_peer(std::uint32_t sap, PeerFn fn);
     // Starts or stops reading, after the receiver came or went.
     void update_reading();
 
@@ -86,6 +89,13 @@ private:
     struct Outbound {
         Fd fd;
         WatchId watch = 0;
+    };
+    // A peer whose coming and going somebody hears. Its connection is the one that messages take.
+    struct WatchedPeer {
+        PeerFn fn;
+        bool present = false; // as told last
+        bool lost = false;    // its connection broke since
+        int timer = 0;        // runs while there is something to tell or to wait for
     };
 
     Endpoint(const RunDir &dir, Loop &loop, Receiving &receiving, std::int32_t handle)
@@ -102,6 +112,9 @@ private:
     void drop_inbound(const std::shared_ptr<Inbound> &peer);
     int outbound_to(std::uint32_t sap, int &fd);
     void drop_outbound(std::uint32_t sap);
+    void look_after(std::uint32_t sap, WatchedPeer &peer);
+    void look_at_peer(std::uint32_t sap);
+    void forget_peer(std::uint32_t sap);
 
     RunDir dir_;
     Loop &loop_;
@@ -113,6 +126,7 @@ private:
     WatchId listener_watch_ = 0;
     std::map<const Inbound *, std::shared_ptr<Inbound>> inbound_;
     std::unordered_map<std::uint32_t, Outbound> outbound_;
+    std::map<std::uint32_t, WatchedPeer> watched_;
     std::unordered_map<std::uint32_t, std::uint32_t> options_;
 };
 
