@@ -18,22 +18,19 @@ enum kov_platform_cap_bit {
     KOV_PLATFORM_CAP_FWD = 0x2         /* fabric forwarding */
 };
 
-/* The capability word as the last call of kov_init_get_platform_cap or of a test left it; 0 before. */
-KOV_EXPORT extern uint32_t kov_platform_cap;
-
 /*
- * Computes kov_platform_cap anew. A provider's word is taken over whatever it is; without one the word is 1
- * (auto-configuration only) or 3 (both), as kov_is_platform_p42 says.
+ * Computes the capability word anew; both tests below begin with it. A provider's word is taken over whatever
+ * it is; without one the word is 1 (auto-configuration only) or 3 (both), as kov_is_platform_p42 says.
  *
  * The provider is optional: `void kov_pd_get_platform_cap(uint32_t *cap)`, a function with C linkage that is
  * found by its name among the global symbols of the process, at each call. `*cap` is 0 before it is called.
  */
 KOV_EXPORT void kov_init_get_platform_cap(void);
 
-/* Whether fabric forwarding is supported: 2 or 0. Computes kov_platform_cap anew. */
+/* Whether fabric forwarding is supported: 2 or 0. */
 KOV_EXPORT int32_t kov_test_fwd_supported(void);
 
-/* Whether host auto-configuration is supported: 1 or 0. Computes kov_platform_cap anew. */
+/* Whether host auto-configuration is supported: 1 or 0. */
 KOV_EXPORT int32_t kov_test_autoconfig_supported(void);
 
 /* 1 when the switch's card type says that it supports auto-configuration only; 0 when it supports both, and

@@ -1,4 +1,6 @@
 // What the switch can do: told by a function that the process may have, else guessed from the card's type.
+#include "platform/capability.h"
+
 #include "api/bytes.h"
 
 #include <kov/kov_capability.h>

@@ -1,6 +1,8 @@
 // What the switch can do: with a provider, from the card's type, and when the card cannot be read.
 #include "lab.h"
 
+#include "platform/capability.h"
+
 #include <kov/platform/card.h>
 
 #include <set>
