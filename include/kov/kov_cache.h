@@ -33,6 +33,11 @@ KOV_EXPORT uint32_t kov_clear_cache_rdb_port_tracking(int32_t all, const void *k
 KOV_EXPORT uint32_t kov_cache_rdb_port_l2dci(int32_t all, const void *key);
 KOV_EXPORT uint32_t kov_clear_cache_rdb_port_l2dci(int32_t all, const void *key);
 
+/* Aggregate subnet prefixes; the key is a kov_aggr_prefix_key, at any alignment. 1 on success, 0 when not
+ * initialised. Clearing lets other tasks run between two prefixes when it is time to yield. */
+KOV_EXPORT uint32_t kov_cache_rdb_aggr_subnet_pfx(int32_t all, const void *key);
+KOV_EXPORT uint32_t kov_clear_cache_rdb_aggr_subnet_pfx(int32_t all, const void *key);
+
 /* Layer-2 topologies; the key is a uint32_t bridge domain, at any alignment. 1 on success, 0 when not
  * initialised. Clearing all removes only the bridge domains whose number reads the same with its four bytes
  * reversed (65792 is the least); the others stay, counted, until each is cleared by its key. */

@@ -126,6 +126,15 @@ typedef struct KOV_PACKED kov_rdb_key {
     uint8_t prefix[20]; /* type 4: as in kov_rdb_aggr_sub_pfx_t */
 } kov_rdb_key;
 
+/* The part of a type-4 lookup key behind its type: 57 bytes; names one aggregate subnet prefix to the cache.
+ */
+typedef struct KOV_PACKED kov_aggr_prefix_key {
+    char vrf_name[KOV_VRF_NAME_SIZE]; /* 32 characters count; the NUL may be missing */
+    uint8_t family;                   /* 0 IPv4, 1 IPv6 */
+    uint8_t reserved[3];              /* ignored */
+    uint8_t prefix[20];               /* as in kov_rdb_aggr_sub_pfx_t */
+} kov_aggr_prefix_key;
+
 /* Defaults. Each call writes the record's stated defaults and nothing else (local bytes, and the fields said
  * to be left as found, keep their contents), does nothing with a null record, and returns 0 always. */
 KOV_EXPORT uint32_t kov_rdb_geninfo_default_init(kov_rdb_geninfo_t *rec);
@@ -138,6 +147,13 @@ KOV_EXPORT uint32_t kov_rdb_port_l2dci_default_init(kov_rdb_port_l2dci_t *rec);
 /* 1 when the server has finished binding the SVI's virtual address to the gateway MAC: the SVI is up, bound,
  * and has an IPv6 or an IPv4 address. 0 otherwise and for a null record. Needs no initialised library. */
 KOV_EXPORT uint32_t kov_is_vaddr_bind_complete(const kov_rdb_sviinfo_t *rec);
+
+/* 1 when `inner` lies inside `outer`: it is as long or longer, and has outer's leading bits. Both are
+ * prefixes as in kov_rdb_aggr_sub_pfx_t, of which 5 bytes are read for IPv4 (`family` 0, address in host
+ * order) and 17 for IPv6 (`family` 1); the length is one byte. 0 otherwise, for any other family and for a
+ * null pointer. An IPv4 length above 32 counts as 32; with an IPv6 outer length above 128 the addresses are
+ * not compared, so that every inner prefix as long lies inside. Needs no initialised library. */
+KOV_EXPORT uint32_t kov_pfx_subnet_match(uint32_t family, const void *inner, const void *outer);
 
 KOV_END_DECLS
 

@@ -28,6 +28,11 @@ struct kov_cache_desc {
 };
 static_assert(sizeof(kov_cache_desc) == 28 + (sizeof(void *) == 8 ? 12 : 4));
 
+namespace kov
+{
+class vrf_walk;
+}
+
 struct kov_context {
     u32 initialized;
     u32 word_2;        // set to 0 by initialisation, read by nothing
@@ -55,6 +60,7 @@ struct kov_context {
     void (*profile_resp_cb)();
     void (*profile_check_cb)();
     void (*profile_clear_cb)();
+    kov::vrf_walk *vrf_walks; // those under way; initialisation leaves them
 };
 
 extern kov_context kov_api;

@@ -1,6 +1,7 @@
 // Opening and closing the library.
 #include "api/trace.h"
 #include "cache/leftovers.h"
+#include "cache/vrf.h"
 
 #include <kov/platform/osal.h>
 #include <kov/platform/svcmgr.h>
@@ -12,10 +13,6 @@ namespace
 
 constexpr const char *database_name = "kov_rdb_info";
 osal_rdb_desc database;
-
-// A node of the VRF tree: 16 bytes of linkage, then the name that is its key.
-constexpr u32 vrf_key_size = KOV_VRF_NAME_SIZE;
-constexpr u32 vrf_key_offset = 16;
 
 void describe_database(const char *uri)
 {
@@ -69,7 +66,7 @@ u32 kov_api_init(void)
     // A cache that was filled without a registration is still there after a close. The reset forgets it.
     kov::free_cache_leftovers();
     reset_context();
-    oak_init_new(&kov_api.vrf_tree, nullptr, vrf_key_size, vrf_key_offset, 0);
+    kov::init_vrf_tree();
 
     kov_api.initialized = 1;
     KOV_TRACE("KOV Api successfully initialized");

@@ -33,10 +33,7 @@ void cache_for(u32 mtype)
 // Clears one type, of interest or not, cached or not.
 void decache(u32 type)
 {
-    const kov_rdb_cache_fn clear = kov::cache_of(type).clear;
-    if (!clear)
-        return;
-    if (clear(1, nullptr))
+    if (kov::cache_of(type).clear(1, nullptr))
         kov_api.cache[type].cached = 0;
     else
         KOV_TRACE("De-Caching failed for rdb_type: %d", static_cast<int>(type));

@@ -1,6 +1,7 @@
 #include "cache/leftovers.h"
 
 #include "cache/desc.h"
+#include "cache/vrf.h"
 #include "platform/number_tree.h"
 
 #include <initializer_list>
@@ -27,4 +28,5 @@ void kov::free_cache_leftovers()
          {KOV_RDB_SVIINFO, KOV_RDB_PORT_TRACKING, KOV_RDB_PORT_L2DCI, KOV_RDB_L2RIB_TOPO_INFO})
         free_entries(type);
     kov_cache_free(kov_api.fabric_ctrl_svi);
+    free_vrf_contexts();
 }

@@ -4,7 +4,8 @@
 //
 // A walk that empties a cache lets other tasks run between its steps, and one of them may open the library
 // again. That is no danger to a walk over a tree by number: it holds nothing across a yield, and goes on from
-// its key in whatever tree there is then.
+// its key in whatever tree there is then. A walk over the VRF contexts does hold one; it is told that its
+// context goes, and goes on from that one's name.
 #pragma once
 
 namespace kov

@@ -1,5 +1,6 @@
 #include "cache/types.h"
 
+#include "cache/aggr.h"
 #include "cache/desc.h"
 #include "cache/geninfo.h"
 #include "cache/l2rib.h"
@@ -17,17 +18,18 @@ constexpr kov::cache_type no_cache = {nullptr, nullptr, nothing_to_find, nothing
 // clang-format off
 constexpr kov::cache_type cache_types[] = {
     no_cache,
-    {kov_cache_rdb_geninfo,       kov_clear_cache_rdb_geninfo,
-     kov::lookup_geninfo,         nothing_to_walk},
-    {kov_cache_rdb_sviinfo,       kov_clear_cache_rdb_sviinfo,
-     kov::lookup_sviinfo,         kov::step_sviinfo},
-    {kov_cache_rdb_port_tracking, kov_clear_cache_rdb_port_tracking,
-     kov::lookup_port_tracking,   kov::step_port_tracking},
-    no_cache, // aggregate subnet prefixes
-    {kov_cache_rdb_port_l2dci,    kov_clear_cache_rdb_port_l2dci,
-     kov::lookup_port_l2dci,      kov::step_port_l2dci},
-    {kov_cache_rdb_l2rib_topo_info, kov_clear_cache_rdb_l2rib_topo_info,
-     kov::lookup_l2rib_topo_info, kov::step_l2rib_topo_info},
+    {kov_cache_rdb_geninfo,          kov_clear_cache_rdb_geninfo,
+     kov::lookup_geninfo,            nothing_to_walk},
+    {kov_cache_rdb_sviinfo,          kov_clear_cache_rdb_sviinfo,
+     kov::lookup_sviinfo,            kov::step_sviinfo},
+    {kov_cache_rdb_port_tracking,    kov_clear_cache_rdb_port_tracking,
+     kov::lookup_port_tracking,      kov::step_port_tracking},
+    {kov_cache_rdb_aggr_subnet_pfx,  kov_clear_cache_rdb_aggr_subnet_pfx,
+     kov::lookup_aggr_subnet_pfx,    kov::step_aggr_subnet_pfx},
+    {kov_cache_rdb_port_l2dci,       kov_clear_cache_rdb_port_l2dci,
+     kov::lookup_port_l2dci,         kov::step_port_l2dci},
+    {kov_cache_rdb_l2rib_topo_info,  kov_clear_cache_rdb_l2rib_topo_info,
+     kov::lookup_l2rib_topo_info,    kov::step_l2rib_topo_info},
 };
 // clang-format on
 

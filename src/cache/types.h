@@ -1,5 +1,4 @@
-// One row a record type: the functions of its cache. A type without a row is never cached; its lookups always
-// read the database.
+// One row a record type: the functions of its cache.
 #pragma once
 
 #include "cache/lookup.h"
@@ -17,7 +16,7 @@ struct cache_type {
     void *(*step)(kov_rdb_iter &iter);       // the next record of a walk over the cache
 };
 
-// The row of a type; a row of nulls for 0, for all above 6 and for types without a cache.
+// The row of a type; a row without fill and clear for 0 and for all above 6.
 const cache_type &cache_of(u32 type);
 
 } // namespace kov

@@ -73,4 +73,10 @@ FIELD_IS(kov_rdb_key, family, 37, 1);
 FIELD_IS(kov_rdb_key, reserved, 38, 3);
 FIELD_IS(kov_rdb_key, prefix, 41, 20);
 
+SIZE_IS(kov_aggr_prefix_key, 57);
+FIELD_IS(kov_aggr_prefix_key, vrf_name, 0, 33);
+FIELD_IS(kov_aggr_prefix_key, family, 33, 1);
+FIELD_IS(kov_aggr_prefix_key, reserved, 34, 3);
+FIELD_IS(kov_aggr_prefix_key, prefix, 37, 20);
+
 LAYOUT_MAIN("the records of the shared database")

@@ -44,6 +44,7 @@ TEST_F(Keys, EachRecordTypeWithACacheHasItsFillFunction)
 {
     EXPECT_EQ(kov_rdb_type_cache_fn(1), &kov_cache_rdb_geninfo);
     EXPECT_EQ(kov_rdb_type_cache_fn(2), &kov_cache_rdb_sviinfo);
+    EXPECT_EQ(kov_rdb_type_cache_fn(4), &kov_cache_rdb_aggr_subnet_pfx);
     for (const uint32_t type : {0u, 7u, 8u, 256u + 1u, UINT32_MAX})
         EXPECT_EQ(kov_rdb_type_cache_fn(type), nullptr) << type;
 }

@@ -108,6 +108,28 @@ constexpr Cache caches[] = {
 INSTANTIATE_TEST_SUITE_P(OfEachCache, Leftovers, testing::ValuesIn(caches),
                          [](const auto &cache) { return std::string(cache.param.name); });
 
+// Initialisation leaves the VRF counters, so what it frees stays in them.
+TEST_F(Lab, OpeningAgainFreesThePrefixesAndTheirVrfsAndLeavesTheVrfCounters)
+{
+    kov_rdb_aggr_sub_pfx_t prefix = {{0, 0, 1, 10, 16}};
+    for (const char *vrf : {"red", "blue"}) {
+        publish(vrf, 0, prefix);
+        publish(vrf, 1, prefix);
+    }
+    EXPECT_EQ(kov_cache_rdb_aggr_subnet_pfx(1, nullptr), 1u);
+    EXPECT_EQ(platform.heap.live_blocks(), 6u);
+    EXPECT_EQ(kov_api_close(), 1u);
+    debug_on();
+    clear_traces();
+    EXPECT_EQ(kov_api_init(), 1u);
+    expect_traces({"KOV Api successfully initialized"});
+    EXPECT_TRUE(platform.leaks().none());
+    expect_all_counters({});
+    EXPECT_EQ(kov_api.vrf_count, 2u);
+    EXPECT_EQ(kov_api.vrf_bytes, 128u);
+    expect_stale_counters();
+}
+
 TEST_F(Lab, OpeningAgainFreesTheGeneralInformationAndTheFabricControlCopy)
 {
     kov_rdb_geninfo_t general = {};
