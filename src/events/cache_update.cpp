@@ -41,6 +41,19 @@ refresh_key slot_key(const u8 *records, u32 index)
     return {true, &slot};
 }
 
+// The record's fields in the order of the cache's key.
+refresh_key prefix_key(const u8 *records, u32 index)
+{
+    static kov_aggr_prefix_key key;
+    const auto rec = kov::load<kov_aggr_sub_pfx_update>(records + sizeof(kov_aggr_sub_pfx_update) * index);
+    key = {};
+    std::memcpy(key.vrf_name, rec.vrf_name, sizeof key.vrf_name);
+    // The whole word: of it the cache looks at the first byte only.
+    kov::store(reinterpret_cast<u8 *>(&key) + offsetof(kov_aggr_prefix_key, family), u32{rec.family});
+    std::memcpy(key.prefix, rec.prefix, sizeof key.prefix);
+    return {true, &key};
+}
+
 // A topology's record begins with its number, which is the key. What the topology says of ARP suppression is
 // part of its SVI, so that one is read again first.
 refresh_key topology_key(const u8 *records, u32 index)
@@ -52,15 +65,13 @@ refresh_key topology_key(const u8 *records, u32 index)
     return {true, record};
 }
 
-refresh_key underivable(const u8 *, u32) { return {false, nullptr}; }
-
 // clang-format off
 constexpr derive_fn derivations[] = {
-    underivable,
-    no_key,      // general information: the one record is read again
-    svi_key,     // SVI information
-    slot_key,    // port tracking
-    underivable, // aggregate prefixes
+    nullptr,      // there is no type 0
+    no_key,       // general information: the one record is read again
+    svi_key,      // SVI information
+    slot_key,     // port tracking
+    prefix_key,   // aggregate prefixes
     slot_key,     // port L2DCI
     topology_key, // L2RIB topology
 };
