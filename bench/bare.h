@@ -1,0 +1,70 @@
+// What the library stands on, without the library: a prefix tree of the platform, and the database file
+// through LMDB itself.
+#pragma once
+
+#include <kov/kov_records.h>
+#include <kov/platform/pt.h>
+
+#include <lmdb.h>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kov_bench
+{
+
+// A failure that leaves nothing to measure: says why and ends the process.
+[[noreturn]] void give_up(const std::string &why);
+
+// A tree by number, keyed as the library keys its own, with a block of 16 bytes at each node.
+class BareTree
+{
+public:
+    explicit BareTree(const std::vector<std::uint32_t> &numbers);
+    ~BareTree();
+    BareTree(const BareTree &) = delete;
+    BareTree &operator=(const BareTree &) = delete;
+
+    const void *find(std::uint32_t number)
+    {
+        const std::uint32_t key = __builtin_bswap32(number);
+        const pt_node *node = pt_lookup(tree_, &key, 32);
+        return node == nullptr ? nullptr : node->data;
+    }
+
+private:
+    pt_tree *tree_ = nullptr;
+    std::vector<std::uint32_t> numbers_;
+    std::vector<std::array<std::uint8_t, 16>> blocks_;
+};
+
+// A second view of the database file that the host has open, without locks: nobody writes meanwhile.
+class BareDatabase
+{
+public:
+    using StoredKey = std::array<std::uint8_t, 61>;
+
+    explicit BareDatabase(const std::string &path);
+    ~BareDatabase();
+    BareDatabase(const BareDatabase &) = delete;
+    BareDatabase &operator=(const BareDatabase &) = delete;
+
+    static StoredKey stored(const kov_rdb_key &key);
+
+    // The size of the record under a key, 0 when there is none. In the latest commit, as the host reads it: a
+    // transaction is renewed before and reset after.
+    std::size_t read(const StoredKey &key);
+
+    // Steps over all records of a type, looking at the first byte of each; their number.
+    std::uint32_t walk(std::uint32_t type);
+
+private:
+    MDB_env *env_ = nullptr;
+    MDB_txn *txn_ = nullptr;
+    MDB_dbi records_ = 0;
+    MDB_cursor *cursor_ = nullptr;
+};
+
+} // namespace kov_bench
