@@ -418,6 +418,8 @@ TEST(CodecRefusal, NullPointersAreUnusableArguments)
     EXPECT_EQ(size, 4u);
 }
 
+int give_nothing(const void *, uint32_t, void **, uint32_t *, uint32_t *) { return FCODEC_OK; }
+
 class CodecTableRefusal : public testing::TestWithParam<std::pair<const char *, Table>>
 {
 };
@@ -448,8 +450,9 @@ TEST_P(CodecTableRefusal, ATableThatCannotBeUsedIsRefusedEverywhereAndNothingIsW
 
 INSTANTIATE_TEST_SUITE_P(
     Tables, CodecTableRefusal,
-    testing::Values(std::pair("NestedRowWithoutATable", Table(8).plain(1, 0, 4).nested(2, 4, 4)),
-                    std::pair("VariableRowWithoutItsRoutines", Table(8).plain(1, 0, 4).variable(2, 4, 4)),
+    testing::Values(std::pair("NestedRowWithoutARule", Table(8).plain(1, 0, 4).nested(2, 4, 4)),
+                    std::pair("StringThatIsCopiedButHasNoSize",
+                              Table(8).plain(1, 0, 4).routed(2, 4, 4, give_nothing, nullptr)),
                     std::pair("UnknownKind", Table(8).plain(1, 0, 4).row(2, 4, 4, 2)),
                     std::pair("RowPastTheRecord", Table(8).plain(1, 0, 4).plain(2, 5, 4)),
                     std::pair("OffsetPastTheRecord", Table(8).plain(1, 0, 4).plain(2, 9, 0)),

@@ -75,10 +75,11 @@ public:
     {
         return row(id, offset, width, FCODEC_KIND_NESTED);
     }
-    Table &variable(uint32_t id, uint32_t offset, uint32_t width)
+    Table &routed(uint32_t id, uint32_t offset, uint32_t width, fcodec_copy copy, fcodec_data_size data_size)
     {
         row(id, offset, width, FCODEC_KIND_STRING);
-        rows_[count_ - 1].copy = [] {};
+        rows_[count_ - 1].copy = copy;
+        rows_[count_ - 1].data_size = data_size;
         return *this;
     }
     Table &row(uint32_t id, uint32_t offset, uint32_t width, uint32_t kind)

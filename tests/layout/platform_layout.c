@@ -30,6 +30,14 @@ FIELD_BY_ABI(fcodec_row, max_width, 44, 4, 36, 4);
 FIELD_BY_ABI(fcodec_row, ones, 48, 4, 40, 4);
 FIELD_BY_ABI(fcodec_row, zero_11, 52, 4, 44, 4);
 
+/* What a row does not say about its field. */
+SIZE_BY_ABI(fcodec_rule, 32, 20);
+FIELD_BY_ABI(fcodec_rule, table, 0, 8, 0, 4);
+FIELD_BY_ABI(fcodec_rule, field_id, 8, 4, 4, 4);
+FIELD_BY_ABI(fcodec_rule, tail_length_id, 12, 4, 8, 4);
+FIELD_BY_ABI(fcodec_rule, nested, 16, 8, 12, 4);
+FIELD_BY_ABI(fcodec_rule, apply, 24, 8, 16, 4);
+
 /* The library's nodes have their key at offset 16, behind the linkage. */
 SIZE_IS(oak_linkage, 16);
 

@@ -9,8 +9,8 @@
  *
  * Decoding: the whole stream is checked, then the structure is written. Fields are applied in stream order,
  * so that of a repeated one the last counts. A field whose id no row has is skipped; a row that has no field
- * leaves its bytes as found. A field that is not exactly as long as its row is wide, or a stream that is for
- * a structure of another size, is malformed.
+ * leaves its bytes as found. A field that is not exactly as long as its row is wide (or its nested stream, or
+ * its tail), or a stream that is for a structure of another size, is malformed.
  *
  * Every call that returns an int returns an fcodec_code. When it is not FCODEC_OK, the output is untouched
  * (fcodec_get_field tells the size it wants). Streams and structures may stand at any address and are the
@@ -41,26 +41,35 @@ enum fcodec_kind {
     FCODEC_KIND_STRING = 8  /* a string, or data of variable size */
 };
 
-/* Some routine; what it really is depends on the row. */
-typedef void (*fcodec_routine)(void);
+/*
+ * The routines of a string row (kind 8). `rec` is the first byte of the structure that the row's table
+ * describes, which for a nested one is where it stands in the outer one.
+ *
+ * A copy routine gives the field's data: where it stands in `bytes`, its size in `len`, and in `owned` 1 when
+ * it stands in a block of fcodec_malloc that the caller must free, 0 when it stands in the structure. It is
+ * called with all three 0, and leaves them so when there is no data. FCODEC_OK, FCODEC_NO_MEMORY, or
+ * FCODEC_ARGUMENT for a null pointer. `unused` is ignored.
+ * A size routine says how much that is, without fail.
+ * An apply routine writes the data of a stream into the structure; FCODEC_ARGUMENT for a null pointer, and
+ * never any other failure.
+ */
+typedef int (*fcodec_copy)(const void *rec, uint32_t unused, void **bytes, uint32_t *len, uint32_t *owned);
+typedef uint32_t (*fcodec_data_size)(const void *rec);
+typedef int (*fcodec_apply)(void *rec, const void *data);
 
 /*
  * One field: twelve words, 48 bytes with 32-bit pointers, 56 with 64-bit ones.
- * A string (kind 8, null `copy`) may be binary: always its full width travels, no NUL is looked for or
- * forced. The end row has 0xFFFFFFFF in id, width, offset, word_8, max_width and ones, and 0 in the rest; the
- * id alone tells it. In every other row word_8 is 0 and max_width is the width.
- *
- * A nested row does not say which table it means, and of the three routines of a variable field (kind 8,
- * `copy` not null) only two have a slot. A codec that was not told otherwise refuses to encode or decode a
- * table with such a row: FCODEC_ARGUMENT, size 0.
+ * A string (kind 8) may be binary: always its full width travels, no NUL is looked for or forced. The end row
+ * has 0xFFFFFFFF in id, width, offset, word_8, max_width and ones, and 0 in the rest; the id alone tells it.
+ * In every other row word_8 is 0 and max_width is the width.
  */
 typedef struct fcodec_row {
     uint32_t id;
     uint32_t width;
     uint32_t offset;
-    uint32_t kind;            /* enum fcodec_kind */
-    fcodec_routine copy;      /* null for a field that always has its full width */
-    fcodec_routine data_size; /* null, or tells the size of the field's data in a given structure */
+    uint32_t kind;              /* enum fcodec_kind */
+    fcodec_copy copy;           /* strings only; null: the bytes of the structure */
+    fcodec_data_size data_size; /* strings only; not null when `copy` is not */
     uint32_t zero[2];
     uint32_t word_8;
     uint32_t max_width;
@@ -74,6 +83,29 @@ typedef struct fcodec_table {
     const char *type_name; /* of the structure */
     uint32_t zero[2];
 } fcodec_table;
+
+/*
+ * What a row does not say about its field. A nested row (kind 0) does not name the other table, and of the
+ * three routines of a field of variable data (kind 8) only two have a slot. Whoever brings tables with such
+ * rows exports one list of rules, `const fcodec_rule kov_codec_rule_tbl[]`, which ends with a rule whose
+ * table is null; the library does (kov_codec.h). The codec looks there, and a process without the list is
+ * fine as long as it converts plain fields and strings only: a nested row without a rule makes its table
+ * unusable.
+ *
+ * Data of variable size stands behind the structure, as its tail; the structure keeps its length, a word, in
+ * another field, which is encoded before it, and where it stands in the row's four bytes. So a structure that
+ * takes a stream with a tail must be larger than its table says: fcodec_table_get_struct_size_from_tlv says
+ * how large. Only an outermost structure has a tail, and only one. Structures are at most four deep.
+ */
+typedef struct fcodec_rule {
+    const fcodec_table *table; /* of the structure that has the field */
+    uint32_t field_id;
+    uint32_t tail_length_id; /* of the field with the tail's length; FCODEC_NO_TAIL for all that is no tail */
+    const fcodec_table *nested; /* of the nested structure, as large as the row is wide; else null */
+    fcodec_apply apply;         /* takes the field's data back; else null */
+} fcodec_rule;
+
+#define FCODEC_NO_TAIL 0xFFFFFFFFu
 
 #ifdef __cplusplus
 static_assert(sizeof(fcodec_row) == (sizeof(void *) == 4 ? 48 : 56),
@@ -102,7 +134,7 @@ typedef struct fcodec_field_itr {
 typedef struct fcodec_field {
     uint32_t id;
     uint32_t len;          /* of the value, in bytes */
-    const void *value;     /* points into the stream, at any alignment */
+    const void *value;     /* points into the stream, at any alignment; of a nested record: its own stream */
     const fcodec_row *row; /* the row of the table that the field fills */
 } fcodec_field;
 
@@ -115,14 +147,15 @@ typedef struct fcodec_field {
 int fcodec_table_convert_struct_to_tlv(void *buf, uint32_t len, const fcodec_table *t, const void *rec,
                                        uint32_t opt1, uint32_t opt2, uint32_t opt3);
 
-/* Decodes the stream at `tlv` into `out`, a structure of the table's size. `len` is how many bytes can be
+/* Decodes the stream at `tlv` into `out`, a structure of the table's size with room for the tail behind it.
+ * `len` is how many bytes can be
  * read at `tlv`; the stream may end before, and what follows it is not looked at. The flag is the platform's
  * own (the library passes 1); a platform that knows none decodes the same whatever it is. */
 int fcodec_table_convert_tlv_to_struct(const void *tlv, uint32_t len, void *out, const fcodec_table *t,
                                        uint32_t flag);
 
-/* The bytes that a structure must have to take the stream, into `size`. Answers exactly for the streams that
- * can be decoded. `len` 0: as many bytes as the stream itself says can be read. */
+/* The bytes that a structure must have to take the stream, its tail included, into `size`. Answers exactly
+ * for the streams that can be decoded. `len` 0: as many bytes as the stream itself says can be read. */
 int fcodec_table_get_struct_size_from_tlv(uint32_t *size, const void *tlv, uint32_t len,
                                           const fcodec_table *t);
 
@@ -138,7 +171,8 @@ int fcodec_field_itr_init(fcodec_field_itr *itr, const void *tlv, uint32_t len, 
 /* The next field into `out`; FCODEC_END, again and again, when there is none. */
 int fcodec_field_itr_get_next(fcodec_field_itr *itr, fcodec_field *out);
 
-/* Copies the value that decoding would leave in the field `field_id` to `out`. `*inout_len` is the room
+/* Copies the value that decoding would leave in the field `field_id` (of a nested record: its stream) to
+ * `out`. `*inout_len` is the room
  * there, and becomes the value's size, also with FCODEC_TOO_SMALL. FCODEC_END when the stream or the table
  * does not have the field. */
 int fcodec_get_field(const void *tlv, uint32_t len, uint32_t field_id, void *out, uint32_t *inout_len,
