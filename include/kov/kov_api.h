@@ -13,6 +13,8 @@
  *   kov_cache.h       control of the local cache
  *   kov_messages.h    the messages between client and server
  *   kov_records.h     the published records and their key
+ *   kov_profile.h     what a client tells the server about a host
+ *   kov_vault.h       the records of the persistent store
  *   kov_codec.h       records to and from their stored form
  *   kov_debug.h       traces, interface names
  *   kov_catalogue.h   the service's syslog messages, as data
@@ -39,9 +41,11 @@
 #include <kov/kov_enums.h>
 #include <kov/kov_events.h>
 #include <kov/kov_messages.h>
+#include <kov/kov_profile.h>
 #include <kov/kov_query.h>
 #include <kov/kov_records.h>
 #include <kov/kov_svi_list.h>
+#include <kov/kov_vault.h>
 #include <kov/platform/ipc.h>
 
 KOV_BEGIN_DECLS

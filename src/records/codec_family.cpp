@@ -63,5 +63,21 @@ int reported(int code, const char *caller)
     }                                                                                                        \
     u32 kov_ha_##R##_get_tlv_sz(const TYPE *rec) { return P##_##R##_get_tlv_sz(rec); }
 
-KOV_RDB_RECORDS(CODEC)
-KOV_RDB_RECORDS(REPLICATION)
+KOV_ALL_RECORDS(CODEC)
+KOV_REPLICATED_RECORDS(REPLICATION)
+
+// The replication forms of the profile options, under names of their own.
+u32 kov_api_profile_options_struct_to_tlv(const kov_profile_options_t *rec, void *buf, u32 len, u32 opt2)
+{
+    return kov_vault_profile_options_to_tlv(rec, buf, len, 0, opt2, 1) == 0;
+}
+
+int kov_api_profile_options_tlv_to_struct(const void *tlv, u32 len, kov_profile_options_t *out)
+{
+    return kov_vault_profile_options_to_struct(tlv, len, out, 1);
+}
+
+u32 kov_api_profile_options_get_tlv_sz(const kov_profile_options_t *rec)
+{
+    return kov_vault_profile_options_get_tlv_sz(rec);
+}

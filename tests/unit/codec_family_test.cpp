@@ -1,11 +1,7 @@
-// The ten codec calls of every published record: what each passes on, returns and reports.
-#include "samples.h"
-
-#include <kov/kov_codec.h>
+// The codec calls of every record: what each passes on, returns and reports.
+#include "families.h"
 
 #include <cstdio>
-#include <ostream>
-#include <string>
 
 namespace
 {
@@ -13,84 +9,31 @@ namespace
 using fake::Bytes;
 using fake::Call;
 
-// One record's calls with the record's type taken off, so that one table holds them all.
-struct Family {
-    const char *prefix; // of the calls' names
-    std::size_t record_size;
-    const fcodec_table *table;
-    const fcodec_row *rows;
-    uint32_t row_count;
-    int (*to_tlv)(const void *, void *, uint32_t, uint32_t, uint32_t, uint32_t);
-    int (*to_struct)(const void *, uint32_t, void *, uint32_t);
-    int32_t (*struct_sz)(const void *);
-    uint32_t (*tlv_sz)(const void *);
-    int (*itr_init)(fcodec_field_itr *, const void *, uint32_t, uint32_t, uint16_t);
-    int (*get_next)(fcodec_field_itr *, fcodec_field *);
-    int (*get_field)(const void *, uint32_t, uint32_t, void *, uint32_t *);
-    uint32_t (*ha_to_tlv)(const void *, void *, uint32_t, uint32_t);
-    int (*ha_to_struct)(const void *, uint32_t, void *);
-    uint32_t (*ha_tlv_sz)(const void *);
-};
+constexpr uint32_t tail = 7; // of the record that has one
 
-void PrintTo(const Family &family, std::ostream *out) { *out << family.prefix; }
+// The platform's calls, less the memory of the codec's own.
+std::vector<Call> codec_calls(const fake::Platform &platform)
+{
+    std::vector<Call> calls = platform.calls.log();
+    std::erase_if(calls, [](Call call) { return call == Call::alloc || call == Call::release; });
+    return calls;
+}
 
-#define KOV_FAMILY(P, R, TYPE, ROWS)                                                                         \
-    Family{                                                                                                  \
-        #P "_" #R,                                                                                           \
-        sizeof(TYPE),                                                                                        \
-        &P##_##R##_tbl.head,                                                                                 \
-        P##_##R##_tbl.rows,                                                                                  \
-        ROWS,                                                                                                \
-        [](const void *rec, void *buf, uint32_t len, uint32_t a, uint32_t b, uint32_t c) {                   \
-            return P##_##R##_to_tlv(static_cast<const TYPE *>(rec), buf, len, a, b, c);                      \
-        },                                                                                                   \
-        [](const void *tlv, uint32_t len, void *out, uint32_t flag) {                                        \
-            return P##_##R##_to_struct(tlv, len, static_cast<TYPE *>(out), flag);                            \
-        },                                                                                                   \
-        P##_##R##_get_struct_sz,                                                                             \
-        [](const void *rec) { return P##_##R##_get_tlv_sz(static_cast<const TYPE *>(rec)); },                \
-        P##_##R##_field_itr_init,                                                                            \
-        P##_##R##_field_get_next,                                                                            \
-        P##_##R##_get_field,                                                                                 \
-        [](const void *rec, void *buf, uint32_t len, uint32_t option) {                                      \
-            return kov_ha_##R##_to_tlv(static_cast<const TYPE *>(rec), buf, len, option);                    \
-        },                                                                                                   \
-        [](const void *tlv, uint32_t len, void *out) {                                                       \
-            return kov_ha_##R##_to_struct(tlv, len, static_cast<TYPE *>(out));                               \
-        },                                                                                                   \
-        [](const void *rec) { return kov_ha_##R##_get_tlv_sz(static_cast<const TYPE *>(rec)); },             \
-    },
-
-const Family families[] = {KOV_RDB_RECORDS(KOV_FAMILY)};
+// A record's stream as the platform's codec itself writes it: what the calls under test are compared with.
+Bytes stream_of(const Family &codec, const Sample &record)
+{
+    const fake::Unlogged quiet(fake::platform().calls);
+    Bytes tlv(fcodec_table_size(codec.table, record.data()));
+    EXPECT_EQ(fcodec_table_convert_struct_to_tlv(tlv.data(), static_cast<uint32_t>(tlv.size()), codec.table,
+                                                 record.data(), 0, 0, 0),
+              0);
+    return tlv;
+}
 
 class CodecFamily : public Lab, public testing::WithParamInterface<Family>
 {
 protected:
-    CodecFamily() : record(codec.record_size)
-    {
-        for (std::size_t i = 0; i < record.size(); ++i)
-            record[i] = static_cast<uint8_t>(0x80 + i);
-    }
-
-    // The record as the platform's codec itself writes it: what the calls under test are compared with.
-    Bytes stream()
-    {
-        const fake::Unlogged quiet(platform.calls);
-        Bytes tlv(fcodec_table_size(codec.table, record.data()));
-        EXPECT_EQ(
-            fcodec_table_convert_struct_to_tlv(tlv.data(), size(tlv), codec.table, record.data(), 0, 0, 0),
-            0);
-        return tlv;
-    }
-
-    // The record's bytes where a row covers them, `fill` everywhere else.
-    Bytes covered(uint8_t fill) const
-    {
-        Bytes bytes(record.size(), fill);
-        for (uint32_t i = 0; i < codec.row_count; ++i)
-            std::memcpy(&bytes[codec.rows[i].offset], &record[codec.rows[i].offset], codec.rows[i].width);
-        return bytes;
-    }
+    Bytes stream() const { return stream_of(codec, record); }
 
     static uint32_t size(const Bytes &bytes) { return static_cast<uint32_t>(bytes.size()); }
 
@@ -102,14 +45,28 @@ protected:
     }
     void expect_no_error() { EXPECT_TRUE(platform.codec.errors.empty()); }
 
+    // What a walk gives for a row, and a single field for its id.
+    Bytes value_of(const fcodec_row &row) const
+    {
+        if (const fcodec_table *const nested = nested_in(codec.table, row.id))
+            return stream_of(family_of(*nested), Sample(family_of(*nested), record.data() + row.offset));
+        if (codec.has_tail() && row.id == 9)
+            return Bytes(record.bytes().end() - tail, record.bytes().end());
+        return bytes_at(record.data() + row.offset, row.width);
+    }
+
     const Family &codec = GetParam();
-    Bytes record;
+    const Sample record = Sample::random(codec, tail, 1);
 };
 
 INSTANTIATE_TEST_SUITE_P(Of, CodecFamily, testing::ValuesIn(families),
                          [](const auto &row) { return std::string(row.param.prefix); });
 
-TEST(CodecFamilies, AreSixForTheSharedDatabase) { EXPECT_EQ(std::size(families), 6u); }
+TEST(CodecFamilies, AreSeventeenAndThirteenOfThemHaveReplicationForms)
+{
+    EXPECT_EQ(std::size(families), 17u);
+    EXPECT_EQ(std::size(replications), 13u + 1); // the profile options' have names of their own
+}
 
 TEST_P(CodecFamily, EncodesAsTheTableSaysAndPassesTheThreeOptions)
 {
@@ -118,7 +75,7 @@ TEST_P(CodecFamily, EncodesAsTheTableSaysAndPassesTheThreeOptions)
     EXPECT_EQ(codec.to_tlv(record.data(), tlv.data(), size(tlv), 11, 22, 33), 0);
     EXPECT_EQ(tlv, expected);
     EXPECT_EQ(platform.codec.options, (std::array<uint32_t, 3>{11, 22, 33}));
-    EXPECT_EQ(platform.calls.log(), (std::vector<Call>{Call::fcodec_table_convert_struct_to_tlv}));
+    EXPECT_EQ(codec_calls(platform), (std::vector<Call>{Call::fcodec_table_convert_struct_to_tlv}));
 }
 
 TEST_P(CodecFamily, EncodesNothingIntoTooLittleRoomAndReportsIt)
@@ -132,16 +89,16 @@ TEST_P(CodecFamily, EncodesNothingIntoTooLittleRoomAndReportsIt)
 TEST_P(CodecFamily, DecodesWhatRowsCoverAndPassesTheFlag)
 {
     const Bytes tlv = stream();
-    Bytes out(record.size(), 0xEE);
+    Sample out(codec, tail, 0xEE);
     EXPECT_EQ(codec.to_struct(tlv.data(), size(tlv), out.data(), 44), 0);
-    EXPECT_EQ(out, covered(0xEE));
+    EXPECT_EQ(out.bytes(), record.taken_by(out, 0xEE));
     EXPECT_EQ(platform.codec.flag, 44u);
-    EXPECT_EQ(platform.calls.log(), (std::vector<Call>{Call::fcodec_table_convert_tlv_to_struct}));
+    EXPECT_EQ(codec_calls(platform), (std::vector<Call>{Call::fcodec_table_convert_tlv_to_struct}));
 }
 
 TEST_P(CodecFamily, DecodesNothingFromADamagedStreamAndReportsIt)
 {
-    Bytes tlv = stream(), out(record.size(), 0xEE);
+    Bytes tlv = stream(), out(record.bytes().size(), 0xEE);
     EXPECT_EQ(codec.to_struct(tlv.data(), size(tlv) - 1, out.data(), 0), 74);
     expect_error("_to_struct", "4a");
     tlv[0] ^= 0xFF;
@@ -149,14 +106,14 @@ TEST_P(CodecFamily, DecodesNothingFromADamagedStreamAndReportsIt)
     expect_error("_to_struct", "4a");
     EXPECT_EQ(codec.to_struct(nullptr, 10, out.data(), 0), 73);
     expect_error("_to_struct", "49");
-    EXPECT_EQ(out, Bytes(record.size(), 0xEE));
+    EXPECT_EQ(out, Bytes(out.size(), 0xEE));
 }
 
 TEST_P(CodecFamily, TellsTheSizeOfTheRecordInAStream)
 {
     const Bytes tlv = stream();
-    EXPECT_EQ(codec.struct_sz(tlv.data()), static_cast<int32_t>(codec.record_size));
-    EXPECT_EQ(platform.calls.log(), (std::vector<Call>{Call::fcodec_table_get_struct_size_from_tlv}));
+    EXPECT_EQ(codec.struct_sz(tlv.data()), static_cast<int32_t>(record.bytes().size()));
+    EXPECT_EQ(codec_calls(platform), (std::vector<Call>{Call::fcodec_table_get_struct_size_from_tlv}));
     expect_no_error();
 }
 
@@ -173,10 +130,8 @@ TEST_P(CodecFamily, TellsTheSizeMinus1OfADamagedStreamAndReportsIt)
 TEST_P(CodecFamily, TellsTheSizeOfAStreamWithoutAnyReport)
 {
     EXPECT_EQ(codec.tlv_sz(record.data()), stream().size());
-    EXPECT_EQ(codec.ha_tlv_sz(record.data()), stream().size());
     EXPECT_EQ(codec.tlv_sz(nullptr), 0u);
-    EXPECT_EQ(codec.ha_tlv_sz(nullptr), 0u);
-    EXPECT_EQ(platform.calls.log(), (std::vector<Call>(4, Call::fcodec_table_size)));
+    EXPECT_EQ(codec_calls(platform), (std::vector<Call>(2, Call::fcodec_table_size)));
     expect_no_error();
 }
 
@@ -191,7 +146,7 @@ TEST_P(CodecFamily, WalksTheFieldsInTableOrder)
         ASSERT_EQ(codec.get_next(&walk, &field), 0);
         EXPECT_EQ(field.id, row.id);
         EXPECT_EQ(field.row, &row) << "another record's table";
-        EXPECT_EQ(bytes_at(field.value, field.len), bytes_at(&record[row.offset], row.width));
+        EXPECT_EQ(bytes_at(field.value, field.len), value_of(row));
     }
     fcodec_field field = {};
     EXPECT_EQ(codec.get_next(&walk, &field), 2);
@@ -221,11 +176,10 @@ TEST_P(CodecFamily, ReadsEveryFieldAloneAndReportsNoFailureOfIt)
     const Bytes tlv = stream();
     for (uint32_t i = 0; i < codec.row_count; ++i) {
         const fcodec_row &row = codec.rows[i];
-        Bytes value(200, 0xEE);
+        Bytes value(8000, 0xEE), expected = value_of(row);
         uint32_t room = size(value);
         EXPECT_EQ(codec.get_field(tlv.data(), size(tlv), row.id, value.data(), &room), 0);
-        EXPECT_EQ(room, row.width);
-        Bytes expected = bytes_at(&record[row.offset], row.width);
+        EXPECT_EQ(room, expected.size());
         expected.resize(value.size(), 0xEE);
         EXPECT_EQ(value, expected);
     }
@@ -237,37 +191,9 @@ TEST_P(CodecFamily, ReadsEveryFieldAloneAndReportsNoFailureOfIt)
     expect_no_error();
 }
 
-// Deliberate: the replication form of encoding turns the result round, 1 for success; that of decoding does
-// not.
-TEST_P(CodecFamily, TheReplicationFormOfEncodingTurnsTheResultRoundAndPasses0ItsOptionAnd1)
-{
-    const Bytes expected = stream();
-    Bytes tlv(expected.size());
-    EXPECT_EQ(codec.ha_to_tlv(record.data(), tlv.data(), size(tlv), 55), 1u);
-    EXPECT_EQ(tlv, expected);
-    EXPECT_EQ(platform.codec.options, (std::array<uint32_t, 3>{0, 55, 1}));
-    expect_no_error();
-
-    EXPECT_EQ(codec.ha_to_tlv(record.data(), tlv.data(), size(tlv) - 1, 55), 0u);
-    expect_error("_to_tlv", "4b"); // in the name of the form that it wraps
-}
-
-TEST_P(CodecFamily, TheReplicationFormOfDecodingDoesNotTurnTheResultRoundAndPasses1)
-{
-    const Bytes tlv = stream();
-    Bytes out(record.size(), 0xEE);
-    EXPECT_EQ(codec.ha_to_struct(tlv.data(), size(tlv), out.data()), 0);
-    EXPECT_EQ(out, covered(0xEE));
-    EXPECT_EQ(platform.codec.flag, 1u);
-    expect_no_error();
-
-    EXPECT_EQ(codec.ha_to_struct(tlv.data(), 3, out.data()), 74);
-    expect_error("_to_struct", "4a");
-}
-
 TEST_P(CodecFamily, PassesOnAnyCodeOfTheCodec)
 {
-    Bytes tlv = stream(), out(record.size());
+    Bytes tlv = stream(), out(record.bytes().size());
     for (const int code : {1, 2, 73, 0x7FFFFFFF, -1}) {
         SCOPED_TRACE(code);
         platform.codec.code = code;
@@ -276,14 +202,8 @@ TEST_P(CodecFamily, PassesOnAnyCodeOfTheCodec)
         platform.calls.fail(Call::fcodec_table_convert_struct_to_tlv);
         EXPECT_EQ(codec.to_tlv(record.data(), tlv.data(), size(tlv), 0, 0, 0), code);
         expect_error("_to_tlv", hex);
-        platform.calls.fail(Call::fcodec_table_convert_struct_to_tlv);
-        EXPECT_EQ(codec.ha_to_tlv(record.data(), tlv.data(), size(tlv), 0), 0u);
-        expect_error("_to_tlv", hex);
         platform.calls.fail(Call::fcodec_table_convert_tlv_to_struct);
         EXPECT_EQ(codec.to_struct(tlv.data(), size(tlv), out.data(), 0), code);
-        expect_error("_to_struct", hex);
-        platform.calls.fail(Call::fcodec_table_convert_tlv_to_struct);
-        EXPECT_EQ(codec.ha_to_struct(tlv.data(), size(tlv), out.data()), code);
         expect_error("_to_struct", hex);
         platform.calls.fail(Call::fcodec_table_get_struct_size_from_tlv);
         EXPECT_EQ(codec.struct_sz(tlv.data()), -1);
@@ -300,10 +220,72 @@ TEST_P(CodecFamily, PassesOnAnyCodeOfTheCodec)
 
 TEST_P(CodecFamily, NeedsNoOpenLibrary)
 {
-    Bytes tlv = stream();
-    codec.to_struct(tlv.data(), size(tlv), record.data(), 0);
+    const Bytes tlv = stream();
+    Sample out(codec, tail);
+    EXPECT_EQ(codec.to_struct(tlv.data(), size(tlv), out.data(), 0), 0);
     EXPECT_EQ(kov_api.initialized, 0u);
     EXPECT_EQ(platform.calls.count(Call::osal_rdb_open), 0u);
+}
+
+class ReplicationForms : public Lab, public testing::WithParamInterface<Replication>
+{
+protected:
+    void expect_error(const std::string &call, const std::string &code)
+    {
+        EXPECT_EQ(platform.codec.errors, (std::vector<std::string>{std::string(forms.family->prefix) + call +
+                                                                   ": ERR 0x" + code + "\n"}));
+        platform.codec.errors.clear();
+    }
+
+    const Replication &forms = GetParam();
+    const Sample record = Sample::random(*forms.family, tail, 2);
+    const Bytes stream = stream_of(*forms.family, record);
+    const uint32_t size = static_cast<uint32_t>(stream.size());
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, ReplicationForms, testing::ValuesIn(replications),
+                         [](const auto &row) { return std::string(row.param.name); });
+
+// Deliberate: the replication form of encoding turns the result round, 1 for success; that of decoding does
+// not.
+TEST_P(ReplicationForms, OfEncodingTurnsTheResultRoundAndPasses0ItsOptionAnd1)
+{
+    Bytes tlv(size);
+    EXPECT_EQ(forms.to_tlv(record.data(), tlv.data(), size, 55), 1u);
+    EXPECT_EQ(tlv, stream);
+    EXPECT_EQ(platform.codec.options, (std::array<uint32_t, 3>{0, 55, 1}));
+    EXPECT_TRUE(platform.codec.errors.empty());
+
+    EXPECT_EQ(forms.to_tlv(record.data(), tlv.data(), size - 1, 55), 0u);
+    expect_error("_to_tlv", "4b"); // in the name of the form that it wraps
+    platform.codec.code = 2;
+    platform.calls.fail(Call::fcodec_table_convert_struct_to_tlv);
+    EXPECT_EQ(forms.to_tlv(record.data(), tlv.data(), size, 55), 0u);
+    expect_error("_to_tlv", "2");
+}
+
+TEST_P(ReplicationForms, OfDecodingDoesNotTurnTheResultRoundAndPasses1)
+{
+    Sample out(*forms.family, tail, 0xEE);
+    EXPECT_EQ(forms.to_struct(stream.data(), size, out.data()), 0);
+    EXPECT_EQ(out.bytes(), record.taken_by(out, 0xEE));
+    EXPECT_EQ(platform.codec.flag, 1u);
+    EXPECT_TRUE(platform.codec.errors.empty());
+
+    EXPECT_EQ(forms.to_struct(stream.data(), 3, out.data()), 74);
+    expect_error("_to_struct", "4a");
+    platform.codec.code = -1;
+    platform.calls.fail(Call::fcodec_table_convert_tlv_to_struct);
+    EXPECT_EQ(forms.to_struct(stream.data(), size, out.data()), -1);
+    expect_error("_to_struct", "ffffffff");
+}
+
+TEST_P(ReplicationForms, TellTheSizeOfAStreamWithoutAnyReport)
+{
+    EXPECT_EQ(forms.tlv_sz(record.data()), size);
+    EXPECT_EQ(forms.tlv_sz(nullptr), 0u);
+    EXPECT_EQ(codec_calls(platform), (std::vector<Call>(2, Call::fcodec_table_size)));
+    EXPECT_TRUE(platform.codec.errors.empty());
 }
 
 } // namespace

@@ -1,40 +1,12 @@
-// Fresh records, byte for byte: what an initialiser writes, and that it writes nothing else.
-#include "samples.h"
-
-#include <string>
+// The defaults of the published records.
+#include "defaults.h"
 
 namespace
 {
 
 using fake::Bytes;
 
-// Bytes that an initialiser writes.
-struct Written {
-    std::size_t offset;
-    Bytes bytes;
-};
-
-Bytes zeros(std::size_t count) { return Bytes(count); }
 const Bytes seconds_1800 = {0x08, 0x07, 0, 0};
-
-class Defaults : public Lab
-{
-protected:
-    // The record stands at an odd address in a buffer filled with a pattern; nothing but `written` changes.
-    template <class Record>
-    static void expect_written(uint32_t (*init)(Record *), const std::vector<Written> &written)
-    {
-        constexpr std::size_t margin = 17;
-        for (const uint8_t pattern : Bytes{0x00, 0x5A, 0xFF}) {
-            Bytes buffer(margin + sizeof(Record) + margin, pattern), expected = buffer;
-            for (const Written &w : written)
-                std::memcpy(&expected[margin + w.offset], w.bytes.data(), w.bytes.size());
-            EXPECT_EQ(init(reinterpret_cast<Record *>(&buffer[margin])), 0u);
-            EXPECT_EQ(buffer, expected) << "pattern " << unsigned{pattern};
-        }
-        EXPECT_EQ(init(nullptr), 0u);
-    }
-};
 
 // clang-format off
 const std::vector<Written> general_defaults = {

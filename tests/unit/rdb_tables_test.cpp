@@ -1,5 +1,6 @@
 // The schema tables of the published records, word for word, and that their order is the encoding order.
 #include "samples.h"
+#include "schema_words.h"
 
 #include <kov/kov_codec.h>
 
@@ -38,46 +39,6 @@ const Table tables[] = {
     {"kov_rdb_port_l2dci_t", KOV_TABLE_OBJECT(kov_rdb_port_l2dci_tbl), 35, {{0, 0, 2}, {1, 2, 33}}},
 };
 // clang-format on
-
-// Reads a table as what it is to a stranger: words, and pointers at their natural alignment.
-class Words
-{
-public:
-    explicit Words(const void *at) : first_(static_cast<const uint8_t *>(at)) {}
-    uint32_t word() { return take<uint32_t>(); }
-    const char *pointer() { return take<const char *>(); }
-    std::size_t read() const { return at_; }
-
-private:
-    template <class T>
-    T take()
-    {
-        at_ = (at_ + sizeof(T) - 1) / sizeof(T) * sizeof(T);
-        T value;
-        std::memcpy(&value, first_ + at_, sizeof value);
-        at_ += sizeof value;
-        return value;
-    }
-    const uint8_t *first_;
-    std::size_t at_ = 0;
-};
-
-// A row's twelve words, the two that are pointers as 0 or 1.
-std::vector<uint32_t> next_row(Words &words)
-{
-    std::vector<uint32_t> row;
-    for (int i = 0; i < 4; ++i)
-        row.push_back(words.word());
-    for (int i = 0; i < 2; ++i)
-        row.push_back(words.pointer() ? 1 : 0);
-    for (int i = 0; i < 6; ++i)
-        row.push_back(words.word());
-    return row;
-}
-
-constexpr bool wide = sizeof(void *) == 8;
-constexpr std::size_t header_size = wide ? 24 : 16, row_size = wide ? 56 : 48;
-constexpr uint32_t ones = 0xFFFFFFFF;
 
 class SchemaTables : public Lab
 {
