@@ -86,6 +86,9 @@ int run_status(void *cli, std::span<const char *const>)
                    ipc_sap_get(kov_host_ipc_handle()));
     cli_cmd_printf(cli, "directory: %s\n", kov_host_dir());
     cli_cmd_printf(cli, "registered: %s\n", registration_text());
+    cli_cmd_printf(cli, "server losses: %" PRIu64 "\n", counters.ipc_peer_losses);
+    cli_cmd_printf(cli, "server returns: %" PRIu64 "\n", counters.ipc_peer_returns);
+    cli_cmd_printf(cli, "messages not sent: %" PRIu64 "\n", counters.ipc_send_failures);
     cli_cmd_printf(cli, "received: %" PRIu64 "\n", counters.ipc_receives);
     if (handled_messages != nullptr)
         cli_cmd_printf(cli, "handled: %" PRIu64 "\n", *handled_messages);

@@ -1,11 +1,11 @@
 /*
  * The commands that a client process serves on its command line, ready to be added with one call, and the
- * text of a message. kov-agent uses both; kovctl runs the same commands in itself when no client is named.
+ * texts of a message. kov-agent uses both; kovctl runs the same commands in itself when no client is named.
  *
  *   get QUERY [ARGUMENT...]   asks the library in this process; the answer says whether it came from the
- * cache or from the database, by what the host's read counters did meanwhile status registration, messages
- * and reads, one "name: value" each line debug on | debug off   the library's traces on the terminal that
- * asks
+ *                             cache or from the database, by what the host's read counters did meanwhile
+ *   status                    registration, messages and reads, one "name: value" each line
+ *   debug on | debug off      the library's traces on the terminal that asks
  *
  * Status of a command: 0 done, 1 refused, 2 used wrongly. Nothing here throws. The texts belong to this
  * module; a message's text holds until the next call.
@@ -29,6 +29,11 @@ int kov_lab_get(int argc, const char *const *argv, const char **text);
 
 /* A message as one line: "type 9, SVI forwarding mode: vlan10". It is one that kov_dispatch handed out. */
 const char *kov_lab_message_text(const kov_client_msg *msg);
+
+/* What this process answers now to the questions that a message is about, a line each: the forwarding modes
+ * of its SVIs, the bits of its ports, the general information; "" for a message about anything else. Asking
+ * counts as any question does. Holds until the next call. */
+const char *kov_lab_answers_text(const kov_client_msg *msg);
 
 /* The queries of "get", a line each, for a help text. */
 const char *kov_lab_query_help(void);

@@ -76,9 +76,10 @@ void describe(CLI::App &app, Options &options)
     watching->add_option("--count", options.count, "end after so many messages");
     CLI::App *debug = add_command(app, options, "debug", "on|off", "the library's traces in the client");
     debug->add_option("--count", options.count, "end after so many traces");
-    CLI::App *waiting = add_command(app, options, "wait",
-                                    "server, clients N, idle; of a client: registered, received N, handled N",
-                                    "until something is so");
+    CLI::App *waiting =
+        add_command(app, options, "wait",
+                    "server, clients N, idle; of a client: registered, returned N, received N, handled N",
+                    "until something is so");
     waiting->add_option("--timeout", options.timeout_s, "seconds")->capture_default_str();
     waiting->add_option("--while", options.alive, "give up when the process with this id has ended");
 }

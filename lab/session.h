@@ -31,8 +31,8 @@ int talk(const Peer &peer);
 int follow_traces(const Peer &peer, unsigned count);
 
 // Waits until the process's status shows what `words` ask for: "server", "clients N" and "idle" of the
-// server, "registered", "received N" and "handled N" of a client. Gives up after the time, and when process
-// `alive` has ended (0: none).
+// server, "registered", "returned N" (the server, N times), "received N" and "handled N" of a client. Gives
+// up after the time, and when process `alive` has ended (0: none).
 int wait_for(const Peer &peer, std::span<const std::string> words, unsigned timeout_s, pid_t alive);
 
 // "no server in DIR: ..." or what else kept the process from being reached.

@@ -436,18 +436,6 @@ TEST_F(Path, AClientThatDiedIsStruckOffAndTheOthersAreTold)
     EXPECT_EQ(status("messages lost"), "1");
 }
 
-TEST_F(Path, AClientFindsARestartedServerOnlyByRegisteringAgain)
-{
-    Process &first = serve();
-    Process &arp = client("arp");
-    EXPECT_EQ(first.stop().status, 0);
-    forget(first);
-    serve();
-    EXPECT_EQ(status("clients"), "0");
-    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 7, from cache\n");
-    EXPECT_EQ(arp.stop().status, 0) << "its deregistration is unknown to the new server, and no error";
-}
-
 // ---- What the operator sees
 // -----------------------------------------------------------------------------------
 

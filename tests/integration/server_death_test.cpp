@@ -1,0 +1,94 @@
+// The server dies and returns; a client process lives through it.
+#include "real_lab.h"
+
+#include <csignal>
+#include <random>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace integration;
+
+class ServerDeath : public RealLab
+{
+protected:
+    void kill(Process &server)
+    {
+        server.signal(SIGKILL);
+        EXPECT_EQ(server.finish().status, 128 + SIGKILL);
+        forget(server);
+    }
+
+    // What the client's cache says is what the database says.
+    void expect_agreement(const std::string &query)
+    {
+        const std::string cached = ask("-c arp get " + query);
+        const std::string stored = ask("get " + query);
+        EXPECT_TRUE(cached.ends_with(", from cache\n")) << cached;
+        EXPECT_EQ(cached.substr(0, cached.find(", from ")), stored.substr(0, stored.find(", from ")));
+    }
+};
+
+TEST_F(ServerDeath, TheCacheAnswersWhileTheServerIsGoneAndItsReturnIsNoticed)
+{
+    Process &first = serve();
+    Process &arp = client("arp");
+    ask("set geninfo fabric_id=42");
+    ask("-c arp wait received 2");
+    kill(first);
+    EXPECT_TRUE(arp.says("the server is gone; the cache goes on answering"));
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 42, from cache\n");
+    EXPECT_EQ(status("registered", "arp"), "yes");
+    EXPECT_EQ(status("server losses", "arp"), "1");
+
+    serve(); // publishes the scenario anew
+    EXPECT_TRUE(arp.says("the server is back; asked it to register arp"));
+    ask("-c arp wait returned 1");
+    ask("-c arp wait registered");
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 7, from cache\n");
+    EXPECT_EQ(status("clients"), "1");
+    ask("set geninfo fabric_id=43");
+    EXPECT_TRUE(arp.says("type 4, fabric id: 43"));
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 43, from cache\n");
+}
+
+TEST_F(ServerDeath, AClientThatIsToldToStopMeanwhileSaysThatNobodyIsThere)
+{
+    Process &server = serve();
+    Process &arp = client("arp");
+    kill(server);
+    EXPECT_TRUE(arp.says("the server is gone"));
+    const Result &result = arp.stop();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "kov-agent: the server is gone; nobody to deregister from\n");
+    forget(arp);
+}
+
+// Killed while it changes, commits, tells and starts, at points that no test could name.
+TEST_F(ServerDeath, AHundredDeathsAtRandomPointsLeaveTheClientWithWhatTheDatabaseHolds)
+{
+    constexpr int deaths = 100;
+    const char *const modes[] = {"standard", "proxy-gateway", "anycast-gateway"};
+    std::mt19937 random(
+        20260); // NOLINT(bugprone-random-generator-seed,cert-msc51-cpp): the same points each time
+    Process *server = &serve();
+    client("arp");
+    for (int death = 1; death <= deaths; ++death) {
+        SCOPED_TRACE(death);
+        const auto change =
+            start("kovctl", {"set", "svi", "vlan10", std::string("fwd_mode=") + modes[random() % 3],
+                             "suppress_arp=" + std::to_string(death)});
+        ::usleep(static_cast<useconds_t>(random() % 20000));
+        kill(*server);
+        change->finish(); // well or not, as the server let it
+        server = &serve();
+        ASSERT_EQ(kovctl("-c arp wait returned " + std::to_string(death)).status, 0);
+        ASSERT_EQ(kovctl("-c arp wait registered").status, 0);
+        expect_agreement("fwd-mode vlan10");
+    }
+    EXPECT_EQ(status("server losses", "arp"), std::to_string(deaths));
+    EXPECT_EQ(status("server returns", "arp"), std::to_string(deaths));
+}
+
+} // namespace
