@@ -231,6 +231,42 @@ TEST_F(HostileMessage, APrefixIsHandedOverAsItCameButForAnIpv4Address)
         }
 }
 
+struct RefusedPrefix {
+    uint8_t family;
+    std::size_t length_at;
+    uint8_t length;
+};
+
+// Even when the database has it: the context of its VRF is made, and stays without a prefix.
+TEST_F(HostileMessage, APrefixThatNoTreeTakesIsNotCachedThoughItIsInTheDatabase)
+{
+    const RefusedPrefix cases[] = {{0, 4, 33},   {0, 4, 128}, {0, 4, 255}, {1, 16, 129},
+                                   {1, 16, 255}, {2, 4, 8},   {255, 4, 8}};
+    const Counters before = counters(KOV_RDB_AGGR_SUB_PFX);
+    kov_aggr_sub_pfx_update named = {};
+    std::memcpy(named.vrf_name, "blue", 5);
+    for (const RefusedPrefix &c : cases) {
+        kov_rdb_aggr_sub_pfx_t record = {};
+        record.prefix[3] = 10;
+        record.prefix[c.length_at] = c.length;
+        publish("blue", c.family, record);
+        std::memcpy(named.prefix, record.prefix, sizeof named.prefix);
+        named.family = c.family;
+        expect_accepted(message(8, named));
+        EXPECT_EQ(counters(KOV_RDB_AGGR_SUB_PFX).allocs, before.allocs)
+            << unsigned{c.family} << "/" << unsigned{c.length};
+        EXPECT_EQ(counters(KOV_RDB_AGGR_SUB_PFX).bytes, before.bytes);
+        EXPECT_EQ(kov_api.vrf_count, 2u);
+    }
+    named.prefix[4] = 32;
+    named.family = 0;
+    kov_rdb_aggr_sub_pfx_t good = {};
+    std::memcpy(good.prefix, named.prefix, sizeof good.prefix);
+    publish("blue", 0, good);
+    expect_accepted(message(8, named));
+    EXPECT_EQ(counters(KOV_RDB_AGGR_SUB_PFX).allocs, before.allocs + 1);
+}
+
 TEST_F(HostileMessage, AfterAllOfThemAGoodOneIsStillApplied)
 {
     for (const uint16_t mtype : types_with_records()) {
