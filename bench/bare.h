@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,8 @@ namespace kov_bench
 // A failure that leaves nothing to measure: says why and ends the process.
 [[noreturn]] void give_up(const std::string &why);
 
-// A tree by number, keyed as the library keys its own, with a block of 16 bytes at each node.
+// A tree by number, keyed as the library keys its own, with an entry of 16 bytes at each node, as that of an
+// SVI.
 class BareTree
 {
 public:
@@ -27,17 +29,19 @@ public:
     BareTree(const BareTree &) = delete;
     BareTree &operator=(const BareTree &) = delete;
 
-    const void *find(std::uint32_t number)
+    // The first word of the entry: one that is only found has not been read yet.
+    std::uint32_t find(std::uint32_t number)
     {
         const std::uint32_t key = __builtin_bswap32(number);
         const pt_node *node = pt_lookup(tree_, &key, 32);
-        return node == nullptr ? nullptr : node->data;
+        return node == nullptr ? 0 : *static_cast<const std::uint32_t *>(node->data);
     }
 
 private:
     pt_tree *tree_ = nullptr;
+    using Entry = std::array<std::uint32_t, 4>;
     std::vector<std::uint32_t> numbers_;
-    std::vector<std::array<std::uint8_t, 16>> blocks_;
+    std::vector<std::unique_ptr<Entry>> entries_;
 };
 
 // A second view of the database file that the host has open, without locks: nobody writes meanwhile.
