@@ -17,8 +17,6 @@ bool same(const Record &left, const Record &right)
     return std::memcmp(&left, &right, sizeof left) == 0;
 }
 
-std::string in_vrf(const Prefix &prefix) { return network_text(prefix.network) + " in VRF " + prefix.vrf; }
-
 std::string svi_changes(const kov_rdb_sviinfo_t &before, const kov_rdb_sviinfo_t &now)
 {
     return name_of_interface(now.svi_ifindex) + ": " + changes_text(svi_fields(), &before, &now);
@@ -257,7 +255,7 @@ bool Server::set_prefix(std::string_view vrf, std::string_view network, std::str
     const auto prefix = parse_prefix(vrf, network, text);
     if (!prefix)
         return false;
-    text = in_vrf(*prefix) + (published().prefixes.contains(*prefix) ? ": nothing changed" : " created");
+    text = text_of(*prefix) + (published().prefixes.contains(*prefix) ? ": nothing changed" : " created");
     return published().prefixes.contains(*prefix) || change({put(*prefix)}, prefix_notices(*prefix), text);
 }
 
@@ -267,10 +265,10 @@ bool Server::del_prefix(std::string_view vrf, std::string_view network, std::str
     if (!prefix)
         return false;
     if (!published().prefixes.contains(*prefix)) {
-        text = "there is no " + in_vrf(*prefix);
+        text = "there is no " + text_of(*prefix);
         return false;
     }
-    text = in_vrf(*prefix) + " deleted";
+    text = text_of(*prefix) + " deleted";
     return change({erase(*prefix)}, prefix_notices(*prefix), text);
 }
 

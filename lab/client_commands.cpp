@@ -1,5 +1,7 @@
 #include "client_commands.h"
 
+#include "audit.h"
+#include "database.h"
 #include "messages.h"
 #include "queries.h"
 
@@ -20,13 +22,6 @@ namespace
 constexpr int done = 0;
 constexpr int refused = 1;
 constexpr int misused = 2;
-
-std::uint64_t database_reads()
-{
-    kov_host_counters counters;
-    kov_host_counters_get(&counters);
-    return counters.rdb_reads + counters.rdb_steps;
-}
 
 std::string source_of(std::uint64_t reads)
 {
@@ -65,6 +60,26 @@ int run_get(void *cli, std::span<const char *const> words)
 {
     std::string text;
     const int status = get(words, text);
+    cli_cmd_printf(cli, "%s", text.c_str());
+    return status;
+}
+
+int audit_now(bool json, std::string &text)
+{
+    if (kov_api_initialized() == 0) {
+        text = std::string("the database cannot be read: ") + kov_host_error() + "\n";
+        return misused;
+    }
+    const Audit result = audit();
+    text = json ? audit_json(result) : audit_table(result);
+    return result.differences() == 0 ? done : refused;
+}
+
+int run_audit(void *cli, std::span<const char *const> words)
+{
+    std::string text = "usage: audit [json]\n";
+    const bool json = words.size() == 1 && std::string_view(words[0]) == "json";
+    const int status = words.empty() || json ? audit_now(json, text) : misused;
     cli_cmd_printf(cli, "%s", text.c_str());
     return status;
 }
@@ -115,6 +130,7 @@ struct Command {
 // clang-format off
 Command commands[] = {
     {"get",       "QUERY [ARGUMENT...]: ask the library; without a query, the list", run_get},
+    {"audit",     "[json]: does the cache say what the database says?",           run_audit},
     {"status",    "registration, messages and reads",                             run_status},
     {"debug on",  "the library's traces on this terminal",                        run_debug_on},
     {"debug off", "no more traces",                                               run_debug_off},
@@ -158,6 +174,19 @@ int kov_lab_get(int argc, const char *const *argv, const char **text)
     } catch (const std::exception &) {
         *text = "out of memory\n";
         return refused;
+    }
+}
+
+int kov_lab_audit(int json, const char **text)
+{
+    static std::string output;
+    try {
+        const int status = audit_now(json != 0, output);
+        *text = output.c_str();
+        return status;
+    } catch (const std::exception &) {
+        *text = "out of memory\n";
+        return misused;
     }
 }
 

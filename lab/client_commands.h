@@ -27,6 +27,12 @@ int kov_lab_add_client_commands(const uint64_t *handled);
  * command's status; `*text` is its output, which holds until the next call. */
 int kov_lab_get(int argc, const char *const *argv, const char **text);
 
+/* What "audit" runs, for a client that wants to look at itself: a table, or a JSON text when `json` is not 0.
+ * Returns 0 when the cache says what the database says, 1 when not, 2 when the audit could not be made.
+ * `*text` holds until the next call. Not from within a message handler: the message's own change is then only
+ * half way through the cache. */
+int kov_lab_audit(int json, const char **text);
+
 /* A message as one line: "type 9, SVI forwarding mode: vlan10". It is one that kov_dispatch handed out. */
 const char *kov_lab_message_text(const kov_client_msg *msg);
 

@@ -28,6 +28,7 @@ struct Options {
     unsigned count = 0;
     unsigned timeout_s = 10;
     int alive = 0;
+    bool json = false;
 };
 
 struct CommandHelp {
@@ -76,6 +77,9 @@ void describe(CLI::App &app, Options &options)
     watching->add_option("--count", options.count, "end after so many messages");
     CLI::App *debug = add_command(app, options, "debug", "on|off", "the library's traces in the client");
     debug->add_option("--count", options.count, "end after so many traces");
+    CLI::App *auditing =
+        add_command(app, options, "audit", "", "does the client's cache say what the database says?");
+    auditing->add_flag("--json", options.json, "for a program; exit code 1 when they differ, as without");
     CLI::App *waiting =
         add_command(app, options, "wait",
                     "server, clients N, idle; of a client: registered, returned N, received N, handled N",
@@ -102,6 +106,12 @@ int get_here(const Options &options)
     return status;
 }
 
+int needs_client(const char *command, const char *because)
+{
+    std::fprintf(stderr, "kovctl: %s needs -c NAME: %s\n", command, because);
+    return 2;
+}
+
 int run(const CLI::App &app, const Options &options)
 {
     const Peer peer{options.dir, options.client.empty() ? server_name : options.client};
@@ -122,10 +132,12 @@ int run(const CLI::App &app, const Options &options)
         return wait_for(peer, options.words, options.timeout_s, options.alive);
     if (name == "get" && options.client.empty())
         return get_here(options);
-    if (name == "debug" && options.client.empty()) {
-        std::fputs("kovctl: debug needs -c NAME: traces are those of a client process\n", stderr);
-        return 2;
-    }
+    if (name == "debug" && options.client.empty())
+        return needs_client("debug", "traces are those of a client process");
+    if (name == "audit" && options.client.empty())
+        return needs_client("audit", "a cache is that of a client process");
+    if (name == "audit")
+        return run_report(peer, options.json ? "audit json" : "audit");
     if (name == "debug" && options.words == std::vector<std::string>{"on"})
         return follow_traces(peer, options.count);
     std::vector<std::string> words{name};

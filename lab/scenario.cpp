@@ -20,6 +20,8 @@ bool has_bit(const Slots &slots, Place place)
 
 } // namespace
 
+std::string text_of(const Prefix &prefix) { return network_text(prefix.network) + " in VRF " + prefix.vrf; }
+
 bool is_empty(const SlotPorts &slot)
 {
     return std::all_of(std::begin(slot.port_bits), std::end(slot.port_bits),

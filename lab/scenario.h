@@ -38,6 +38,9 @@ struct Prefix {
     auto operator<=>(const Prefix &) const = default;
 };
 
+// "10.1.0.0/16 in VRF red"
+std::string text_of(const Prefix &prefix);
+
 struct LineCard {
     std::string name;    // "eth1": its ports are eth1/1 and on
     std::uint32_t ports; // their number

@@ -87,13 +87,14 @@ std::optional<int> run_line(kov_host_session *session, const std::string &line, 
     }
 }
 
-int run_and_show(kov_host_session *session, const std::string &line)
+// `good` is the highest status of which the output is no complaint.
+int run_and_show(kov_host_session *session, const std::string &line, int good = 0)
 {
     std::string output;
     const std::optional<int> status = run_line(session, line, output);
     if (!status)
         return complain(kov_host_error());
-    std::fputs(output.c_str(), *status == 0 ? stdout : stderr);
+    std::fputs(output.c_str(), *status >= 0 && *status <= good ? stdout : stderr);
     return exit_code(*status);
 }
 
@@ -188,6 +189,14 @@ int run_remote(const Peer &peer, std::span<const std::string> words)
     if (session == nullptr)
         return complain(unreachable(peer));
     return run_and_show(session.get(), line_of(words));
+}
+
+int run_report(const Peer &peer, const std::string &line)
+{
+    const Session session = open_session(peer, terminal_rows());
+    if (session == nullptr)
+        return complain(unreachable(peer));
+    return run_and_show(session.get(), line, 1);
 }
 
 int talk(const Peer &peer)

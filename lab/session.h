@@ -24,6 +24,9 @@ constexpr const char *server_name = "kovd";
 // Runs one command there. A word may hold blanks.
 int run_remote(const Peer &peer, std::span<const std::string> words);
 
+// The same for a line whose output is a report: it goes to the standard output for exit code 1 as well.
+int run_report(const Peer &peer, const std::string &line);
+
 // Reads lines from the standard input and runs them there until the input ends.
 int talk(const Peer &peer);
 

@@ -328,7 +328,7 @@ TEST_F(HostileServer, IsRefusedByAClientThatGoesOnAsBefore)
     serve();
     client("arp");
     int received = 1; // the acknowledgement
-    int handled = 0;
+    int good = 0;
     for (const Hostile &row : rows) {
         SCOPED_TRACE(row.what);
         const std::string sent = "sent " + std::to_string(row.size) + " bytes";
@@ -337,12 +337,12 @@ TEST_F(HostileServer, IsRefusedByAClientThatGoesOnAsBefore)
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_TRUE(result.out.starts_with(sent)) << result.out;
         ask("-c arp wait received " + std::to_string(++received));
-        EXPECT_EQ(status("handled", "arp"), std::to_string(handled)) << "refused";
+        EXPECT_EQ(status("handled", "arp"), std::to_string(good)) << "refused";
         EXPECT_EQ(status("registered", "arp"), "yes");
 
         // The next good one works.
-        ask("set svi vlan10 vlan_id=" + std::to_string(100 + handled));
-        ask("-c arp wait handled " + std::to_string(++handled));
+        ask("set svi vlan10 vlan_id=" + std::to_string(100 + good));
+        handled("arp", ++good);
         ++received;
         EXPECT_EQ(ask("-c arp get fwd-mode vlan10"),
                   "kov_get_fwd_mode(vlan10) = Anycast Gateway, from cache\n");
@@ -355,7 +355,7 @@ TEST_F(HostileServer, ThatInjectsAGoodMessageIsBelieved)
     client("arp");
     const Hostile good{"", 165, 53, 9, 1, 165, "0x3D400"};
     EXPECT_EQ(ask("inject arp " + bytes_of(good)), "sent 165 bytes to SAP 2000\n");
-    ask("-c arp wait handled 1");
+    handled("arp", 1);
 }
 
 // ---- Hostile clients

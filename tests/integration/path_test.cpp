@@ -134,13 +134,13 @@ TEST_F(Path, AClientSeesAChangeThroughItsMessageAndItsCache)
     Process &arp = client("arp");
     EXPECT_EQ(ask("set svi vlan10 fwd_mode=proxy-gateway"),
               "vlan10: fwd_mode anycast-gateway -> proxy-gateway; told 1 client by type 9\n");
-    ask("-c arp wait handled 1");
+    handled("arp", 1);
     EXPECT_TRUE(arp.says("type 9, SVI forwarding mode: vlan10\n  vlan10 forwards as Proxy Gateway\n"));
     EXPECT_EQ(ask("-c arp get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Proxy Gateway, from cache\n");
 
     EXPECT_EQ(ask("set geninfo fabric_id=42"),
               "general information: fabric_id 7 -> 42; told 1 client by type 4\n");
-    ask("-c arp wait handled 2");
+    handled("arp", 2);
     EXPECT_TRUE(arp.says("type 4, fabric id: 42\n  fabric 42, border leaf switch, Vxlan"));
     EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 42, from cache\n");
 }
@@ -153,14 +153,14 @@ TEST_F(Path, AClientSeesAPortsBitsChangeThroughItsCache)
               "kov_check_proxy_mode(vlan22, eth1/5) = 1, from cache\n");
     EXPECT_EQ(ask("set port eth1/5 tracking=on l2dci=on"),
               "eth1/5: tracking off -> on, l2dci off -> on; told 1 client by type 10,20\n");
-    ask("-c arp wait handled 2");
+    handled("arp", 2);
     EXPECT_TRUE(arp.says("type 10, port tracking: eth1/5\n  eth1/5: tracking on, L2DCI "));
     EXPECT_TRUE(arp.says("type 20, port L2DCI: eth1/5\n  eth1/5: tracking on, L2DCI on\n"));
     EXPECT_EQ(ask("-c arp get port-tracking eth1/5"), "kov_get_port_tracking(eth1/5) = on, from cache\n");
     EXPECT_EQ(ask("-c arp get proxy-mode vlan22 eth1/5"),
               "kov_check_proxy_mode(vlan22, eth1/5) = 3, from cache\n");
     EXPECT_EQ(ask("del port po10"), "po10 deleted; told 1 client by type 20\n");
-    ask("-c arp wait handled 3");
+    handled("arp", 3);
     EXPECT_EQ(ask("-c arp get port-l2dci po10"), "kov_get_port_l2dci(po10) = off, from cache\n")
         << "the slot has no record any more";
     EXPECT_EQ(ask("-c arp get port-l2dci po300"), "kov_get_port_l2dci(po300) = on, from cache\n");
@@ -173,18 +173,18 @@ TEST_F(Path, AClientSeesAnSvisSuppressionChangeThroughItsTopology)
     EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
               "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = off, from cache\n");
     ask("set topology 11 suppress_arp_mode=l2");
-    ask("-c arp wait handled 1");
+    handled("arp", 1);
     EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
               "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = on, from cache\n");
     EXPECT_EQ(ask("-c arp get suppress-arp-mode 11"),
               "kov_get_suppress_arp_mode(11) = L2 ARP Suppression, from cache\n");
     ask("set topology 11 svi=vlan3900");
-    ask("-c arp wait handled 3");
+    handled("arp", 3);
     EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
               "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = off, from cache\n")
         << "an SVI that lost its topology is told as an SVI";
     ask("del topology 14");
-    ask("-c arp wait handled 4");
+    handled("arp", 4);
     EXPECT_EQ(ask("-c arp get suppress-arp-mode 14"),
               "kov_get_suppress_arp_mode(14) = ARP Suppression Disabled, from cache\n");
     EXPECT_EQ(ask("-c arp get suppress-arp vlan14"),
@@ -196,12 +196,12 @@ TEST_F(Path, ARemovedRecordGivesTheDefaults)
     serve();
     client("arp");
     EXPECT_EQ(ask("del svi vlan10"), "vlan10 deleted; told 1 client by type 9\n");
-    ask("-c arp wait handled 1");
+    handled("arp", 1);
     EXPECT_EQ(ask("-c arp get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Standard, from cache\n");
     EXPECT_EQ(ask("get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Standard, from database (1 read)\n");
 
     EXPECT_EQ(ask("del geninfo"), "general information deleted; told 1 client by type 4-7,11,13,16\n");
-    ask("-c arp wait handled 8");
+    handled("arp", 8);
     EXPECT_EQ(ask("-c arp get switch-role"), "kov_get_switch_role() = leaf, from cache\n");
     EXPECT_EQ(ask("-c arp get conv-aging-timeout ipv6"),
               "kov_get_conv_aging_timeout(IPv6) = 1800 s, from cache\n");
@@ -220,7 +220,7 @@ TEST_F(Path, ARecordComesIntoBeingWhenItIsSet)
     EXPECT_EQ(
         ask("set svi bdi100 fwd_mode=anycast-gateway is_up=yes"),
         "bdi100 created: is_up no -> yes, fwd_mode standard -> anycast-gateway; told 1 client by type 9\n");
-    ask("-c arp wait handled 2");
+    handled("arp", 2);
     EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 9, from cache\n");
     EXPECT_EQ(ask("-c arp get fwd-mode bdi100"), "kov_get_fwd_mode(bdi100) = Anycast Gateway, from cache\n");
 }
@@ -308,8 +308,8 @@ TEST_F(Path, AClientOfOneTypeIsToldByThatType)
               "vlan10: fwd_mode anycast-gateway -> proxy-gateway; told 1 client by type 18\n");
     EXPECT_EQ(ask("set geninfo switch_role=leaf"),
               "general information: switch_role leaf+border -> leaf; told 1 client by type 17\n");
-    ask("-c only18 wait handled 1");
-    ask("-c only17 wait handled 1");
+    handled("only18", 1);
+    handled("only17", 1);
     EXPECT_EQ(ask("-c only18 get fwd-mode vlan10"), "kov_get_fwd_mode(vlan10) = Proxy Gateway, from cache\n");
     EXPECT_EQ(ask("-c only17 get switch-role"), "kov_get_switch_role() = leaf, from cache\n");
     EXPECT_EQ(ask("-c only17 get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n");
@@ -339,8 +339,8 @@ TEST_F(Path, ATopologyTakesItsSviAlongInOneChange)
     EXPECT_EQ(ask("set topology 11 suppress_arp_mode=l2"),
               "topology 11: suppress_arp_enabled no -> yes, suppress_arp_mode disabled -> l2; "
               "vlan11: suppress_arp no -> yes; told 2 clients by type 9,19\n");
-    ask("-c modes wait handled 1");
-    ask("-c both wait handled 1");
+    handled("modes", 1);
+    handled("both", 1);
     EXPECT_NE(ask("show svi vlan11").find("suppress_arp               yes\n"), std::string::npos);
     EXPECT_EQ(ask("set topology 11 suppress_arp_enabled=no"),
               "topology 11: suppress_arp_enabled yes -> no; vlan11: suppress_arp yes -> no; "
@@ -354,8 +354,8 @@ TEST_F(Path, ATopologyTakesItsSviAlongInOneChange)
     EXPECT_EQ(ask("del topology 14"),
               "topology 14 deleted; vlan14: suppress_arp yes -> no; told 2 clients by type 9,19\n");
     EXPECT_EQ(ask("del topology 10"), "topology 10 deleted; told 1 client by type 19\n");
-    ask("-c both wait handled 6");
-    ask("-c modes wait handled 5");
+    handled("both", 6);
+    handled("modes", 5);
     EXPECT_EQ(status("handled", "both"), "6") << "type 19 alone, when it names the SVI";
 }
 
@@ -408,7 +408,7 @@ TEST_F(Path, MessagesToAStoppedClientWaitAndThenAllArriveInOrder)
     ASSERT_TRUE(waiting) << "the socket took everything";
     arp.signal(SIGCONT);
     ask("wait idle");
-    ask("-c arp wait handled " + std::to_string(changes));
+    handled("arp", changes);
     EXPECT_EQ(status("handled", "arp"), std::to_string(changes));
     EXPECT_EQ(status("messages lost"), "0");
     EXPECT_NE(status("messages delayed"), "0");
@@ -431,7 +431,7 @@ TEST_F(Path, AClientThatDiedIsStruckOffAndTheOthersAreTold)
     forget(dead);
     ask("set geninfo fabric_id=5");
     EXPECT_TRUE(server.says("client \"dead\" (SAP 2000) is struck off"));
-    ask("-c alive wait handled 1");
+    handled("alive", 1);
     EXPECT_EQ(status("clients"), "1");
     EXPECT_EQ(status("messages lost"), "1");
 }

@@ -92,6 +92,13 @@ std::string RealLab::ask(const std::string &line) const
     return result.out;
 }
 
+void RealLab::handled(const std::string &client, int messages) const
+{
+    ask("-c " + client + " wait handled " + std::to_string(messages));
+    const Result audit = kovctl("audit -c " + client);
+    EXPECT_EQ(audit.status, 0) << audit.out << audit.err;
+}
+
 std::string RealLab::status(const std::string &name, const std::string &of_client) const
 {
     std::istringstream lines(ask(of_client.empty() ? "status" : "-c " + of_client + " status"));

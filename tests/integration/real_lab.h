@@ -45,6 +45,9 @@ protected:
     Result kovctl(const std::string &line) const;
     // As kovctl, and it must succeed; its output.
     std::string ask(const std::string &line) const;
+    // Waits until the client has handled so many messages, and demands that its cache then says what the
+    // database says.
+    void handled(const std::string &client, int messages) const;
     // One "name: value" of a status.
     std::string status(const std::string &name, const std::string &of_client = "") const;
 
