@@ -249,7 +249,8 @@ int wait_for(const Peer &peer, std::span<const std::string> words, unsigned time
 {
     const Condition *condition = find_condition(words);
     if (condition == nullptr) {
-        complain("wait for: server, idle, clients N; with -c NAME: registered, returned N, received N, handled N");
+        complain(
+            "wait for: server, idle, clients N; with -c NAME: registered, returned N, received N, handled N");
         return 2;
     }
     const unsigned long number = words.size() == 2 ? std::strtoul(words[1].c_str(), nullptr, 10) : 0;

@@ -95,6 +95,11 @@ std::string RealLab::ask(const std::string &line) const
 void RealLab::handled(const std::string &client, int messages) const
 {
     ask("-c " + client + " wait handled " + std::to_string(messages));
+    expect_agreement(client);
+}
+
+void RealLab::expect_agreement(const std::string &client) const
+{
     const Result audit = kovctl("audit -c " + client);
     EXPECT_EQ(audit.status, 0) << audit.out << audit.err;
 }

@@ -45,8 +45,9 @@ protected:
     Result kovctl(const std::string &line) const;
     // As kovctl, and it must succeed; its output.
     std::string ask(const std::string &line) const;
-    // Waits until the client has handled so many messages, and demands that its cache then says what the
-    // database says.
+    // Demands that the client's cache says what the database says.
+    void expect_agreement(const std::string &client) const;
+    // Waits until the client has handled so many messages, and demands the same.
     void handled(const std::string &client, int messages) const;
     // One "name: value" of a status.
     std::string status(const std::string &name, const std::string &of_client = "") const;
