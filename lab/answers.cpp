@@ -24,6 +24,12 @@ std::string port_answer(std::uint32_t ifindex)
            (kov_get_port_l2dci(ifindex) != 0 ? "on" : "off") + "\n";
 }
 
+std::string topology_answer(std::uint32_t bd)
+{
+    return "  bridge domain " + std::to_string(bd) + ": " +
+           kov_suppress_arp_mode_to_str(kov_get_suppress_arp_mode(bd)) + "\n";
+}
+
 std::string general_answer()
 {
     std::uint8_t router[KOV_MAC_SIZE];
@@ -37,15 +43,15 @@ std::string general_answer()
     return text + ", router MAC " + im_print_mac_addr(router) + "\n";
 }
 
-// Of each record, which begins with an interface index.
-std::string each(const kov_client_msg &msg, std::string (*answer)(std::uint32_t))
+// Of each record, which begins with an interface index or a bridge domain.
+std::string each(const kov_client_msg &msg, std::string (*answer)(std::uint32_t number))
 {
     std::string text;
     const auto *record = reinterpret_cast<const std::uint8_t *>(&msg) + sizeof msg;
     for (std::uint32_t i = 0; i < msg.count; ++i, record += kov_get_clients_msg_data_sz(msg.mtype)) {
-        std::uint32_t ifindex = 0;
-        std::memcpy(&ifindex, record, sizeof ifindex);
-        text += answer(ifindex);
+        std::uint32_t number = 0;
+        std::memcpy(&number, record, sizeof number);
+        text += answer(number);
     }
     return text;
 }
@@ -61,9 +67,10 @@ std::string answers(const kov_client_msg &msg)
     case KOV_MTYPE_PORT_TRACKING:
     case KOV_MTYPE_PORT_L2DCI:
         return each(msg, port_answer);
+    case KOV_MTYPE_SUPPRESS_ARP_TOPO:
+        return each(msg, topology_answer);
     case KOV_MTYPE_AGGR_SUB_PFX:
     case KOV_MTYPE_PROFILE_MGMT:
-    case KOV_MTYPE_SUPPRESS_ARP_TOPO:
         return {};
     default: // all others tell that general information changed
         return general_answer();

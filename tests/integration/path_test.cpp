@@ -169,11 +169,12 @@ TEST_F(Path, AClientSeesAPortsBitsChangeThroughItsCache)
 TEST_F(Path, AClientSeesAnSvisSuppressionChangeThroughItsTopology)
 {
     serve();
-    client("arp");
+    Process &arp = client("arp");
     EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
               "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = off, from cache\n");
     ask("set topology 11 suppress_arp_mode=l2");
     handled("arp", 1);
+    EXPECT_TRUE(arp.says("bridge domain 11, SVI vlan11\n  bridge domain 11: L2 ARP Suppression\n"));
     EXPECT_EQ(ask("-c arp get suppress-arp vlan11"),
               "kov_is_suppress_arp_enabled_ferro_svi(vlan11) = on, from cache\n");
     EXPECT_EQ(ask("-c arp get suppress-arp-mode 11"),
@@ -189,6 +190,26 @@ TEST_F(Path, AClientSeesAnSvisSuppressionChangeThroughItsTopology)
               "kov_get_suppress_arp_mode(14) = ARP Suppression Disabled, from cache\n");
     EXPECT_EQ(ask("-c arp get suppress-arp vlan14"),
               "kov_is_suppress_arp_enabled_ferro_svi(vlan14) = off, from cache\n");
+}
+
+TEST_F(Path, AVrfIsInAClientsCacheAsLongAsOneOfItsPrefixesIs)
+{
+    serve();
+    client("arp");
+    const auto traces = start("kovctl", {"-c", "arp", "debug", "on"});
+    ASSERT_TRUE(traces->says("Ctrl-C ends"));
+    ask("set prefix red 10.9.0.0/16");
+    EXPECT_TRUE(traces->says(": VRF context red is added in cache\n"));
+    ask("set prefix red 2001:db8:9::/48");
+    EXPECT_TRUE(traces->says(": (red) Added 2001:db8:9::/48 aggregate-subnet-pfx to Cache\n"));
+    ask("del prefix red 10.9.0.0/16");
+    EXPECT_TRUE(traces->says(": (red) refcount: 1\n")) << "the other prefix is still there";
+    ask("del prefix red 2001:db8:9::/48");
+    EXPECT_TRUE(traces->says(": VRF context red is deleted from cache\n"));
+    EXPECT_EQ(traces->stop().status, 0);
+    const std::string told = traces->stop().out;
+    EXPECT_LT(told.find("(red) refcount: 1"), told.find("VRF context red is deleted"));
+    handled("arp", 4);
 }
 
 TEST_F(Path, ARemovedRecordGivesTheDefaults)
