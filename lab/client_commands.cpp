@@ -2,6 +2,7 @@
 
 #include "audit.h"
 #include "database.h"
+#include "host_commands.h"
 #include "messages.h"
 #include "queries.h"
 
@@ -111,6 +112,19 @@ int run_status(void *cli, std::span<const char *const>)
     return done;
 }
 
+using Tell = bool (*)(std::span<const char *const> words, std::string &text);
+
+int run_tell(void *cli, std::span<const char *const> words, Tell tell)
+{
+    std::string text;
+    const bool sent = tell(words, text);
+    cli_cmd_printf(cli, "%s\n", text.c_str());
+    return sent ? done : text.starts_with("usage") ? misused : refused;
+}
+
+int run_verify(void *cli, std::span<const char *const> words) { return run_tell(cli, words, verify_host); }
+int run_report(void *cli, std::span<const char *const> words) { return run_tell(cli, words, report_host); }
+
 int run_debug_on(void *cli, std::span<const char *const>)
 {
     return kov_api_debug_on(cli) != 0 ? done : refused;
@@ -131,6 +145,8 @@ struct Command {
 Command commands[] = {
     {"get",       "QUERY [ARGUMENT...]: ask the library; without a query, the list", run_get},
     {"audit",     "[json]: does the cache say what the database says?",           run_audit},
+    {"verify",    "VRF ADDRESS: ask the server to verify a host",                 run_verify},
+    {"report",    "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]: tell what a probe showed", run_report},
     {"status",    "registration, messages and reads",                             run_status},
     {"debug on",  "the library's traces on this terminal",                        run_debug_on},
     {"debug off", "no more traces",                                               run_debug_off},

@@ -4,6 +4,8 @@
  *
  *   get QUERY [ARGUMENT...]   asks the library in this process; the answer says whether it came from the
  *                             cache or from the database, by what the host's read counters did meanwhile
+ *   verify VRF ADDRESS        asks the server to verify a host
+ *   report ADDRESS INTERFACE  tells the server what a probe of a host showed
  *   status                    registration, messages and reads, one "name: value" each line
  *   debug on | debug off      the library's traces on the terminal that asks
  *

@@ -55,6 +55,8 @@ Clients::Result Clients::try_send(const Client &client, const Bytes &message)
                               message.data(), static_cast<std::uint32_t>(message.size()), 0, 0, 0);
     if (code == 0) {
         ++counters_.sent;
+        if (frames_are_logged())
+            log_frame("to SAP %u (%s): %s", client.sap, client.name.c_str(), describe_sent(message).c_str());
         return Result::sent;
     }
     return errno == EAGAIN ? Result::full : Result::failed;

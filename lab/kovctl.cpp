@@ -46,6 +46,8 @@ constexpr CommandHelp remote_commands[] = {
     {"show",   "RECORD",                       "the fields of a record; of a client: what it offers"},
     {"list",   "svis|topologies|ports|prefixes|clients", "what is published, who is registered"},
     {"status", "",                             "of the server, or of the client"},
+    {"verify", "VRF ADDRESS",                  "have a client ask the server to verify a host"},
+    {"report", "ADDRESS INTERFACE [vlan=N]...", "have a client tell what a probe of a host showed"},
     {"inject", "CLIENT|SAP HEX [OPCODE]",      "have the server send raw bytes"},
 };
 // clang-format on
@@ -75,7 +77,8 @@ void describe(CLI::App &app, Options &options)
         add_command(app, options, "watch", "", "register, and print each message that comes");
     watching->add_option("--types", options.types, "message types to register for")->capture_default_str();
     watching->add_option("--count", options.count, "end after so many messages");
-    CLI::App *debug = add_command(app, options, "debug", "on|off", "the library's traces in the client");
+    CLI::App *debug = add_command(app, options, "debug", "on|off",
+                                  "the server's frames, or the library's traces in a client");
     debug->add_option("--count", options.count, "end after so many traces");
     CLI::App *auditing =
         add_command(app, options, "audit", "", "does the client's cache say what the database says?");
@@ -132,8 +135,6 @@ int run(const CLI::App &app, const Options &options)
         return wait_for(peer, options.words, options.timeout_s, options.alive);
     if (name == "get" && options.client.empty())
         return get_here(options);
-    if (name == "debug" && options.client.empty())
-        return needs_client("debug", "traces are those of a client process");
     if (name == "audit" && options.client.empty())
         return needs_client("audit", "a cache is that of a client process");
     if (name == "audit")

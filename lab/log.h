@@ -1,11 +1,14 @@
-// What the server says while it runs: a line each on its error output.
+// What the server says while it runs, a line each: on its error output, and frames also on the terminals that
+// asked for them.
 #pragma once
 
 namespace kov_lab
 {
 
-// Problems are always told; the frames that come in only when somebody asked for it (-v).
+// Problems are always told; the frames that come in and go out only when somebody asked for it (-v, or "debug
+// on" at a terminal).
 void log_frames(bool on);
+bool frames_are_logged();
 void log_frame(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 void log_problem(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 

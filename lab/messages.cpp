@@ -366,6 +366,12 @@ std::string describe_message(const kov_client_msg &msg)
     return text;
 }
 
+std::string describe_sent(Bytes message)
+{
+    kov_clients_msg_convert_ntoh(message.data());
+    return describe_message(*reinterpret_cast<const kov_client_msg *>(message.data()));
+}
+
 std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
 {
     for (const FrameRow &row : frame_rows)

@@ -48,6 +48,8 @@ Bytes prefix_message(const std::string &vrf, const Network &network);
 
 // "type 9, SVI forwarding mode: vlan10"
 std::string describe_message(const kov_client_msg &msg);
+// The same for a message as it is sent, in network order.
+std::string describe_sent(Bytes message);
 // "register \"arp\" (pid 812, SAP 2000) for types 4-20"
 std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload);
 

@@ -164,9 +164,8 @@ Answer ask_address_event(const Arguments &arguments)
     const std::uint32_t wanted =
         kov_check_am_should_notify(lent, arguments.address.address.data(), 0, family);
     kov_host_iod_set(lent, 0);
-    std::string address = network_text(arguments.address);
-    address.resize(address.find('/'));
-    return {"kov_check_am_should_notify(" + name_of_interface(arguments.number[0]) + ", " + address + ")",
+    return {"kov_check_am_should_notify(" + name_of_interface(arguments.number[0]) + ", " +
+                host_text(arguments.address) + ")",
             yes_no(wanted)};
 }
 
@@ -257,22 +256,16 @@ std::uint32_t interface_of_name(std::string_view name, std::string &why)
     return ifindex;
 }
 
-bool parse_address(std::string_view word, Network &out, std::string &why)
-{
-    const char *length = word.find(':') == word.npos ? "/32" : "/128";
-    const auto host = parse_network(std::string(word) + length, why);
-    if (!host)
-        why = '"' + std::string(word) + "\" is not an address";
-    out = host.value_or(Network{});
-    return host.has_value();
-}
-
 bool parse_argument(Argument kind, std::string_view word, std::uint32_t &number, Network &address,
                     std::string &why)
 {
     switch (kind) {
     case Argument::address:
-        return parse_address(word, address, why);
+        if (const auto host = parse_host(word, why)) {
+            address = *host;
+            return true;
+        }
+        return false;
     case Argument::family:
         number = word == "ipv4" ? 1 : word == "ipv6" ? 2 : 0;
         why = "the family is ipv4 or ipv6";

@@ -2,6 +2,7 @@
 
 #include "server_views.h"
 
+#include <kov/kov_debug.h>
 #include <kov/platform/cli.h>
 #include <kov_host.h>
 
@@ -146,6 +147,16 @@ int run_status(Server &server, void *cli, const Words & /*words*/)
     return done;
 }
 
+int run_debug_on(Server & /*server*/, void *cli, const Words & /*words*/)
+{
+    return kov_api_debug_on(cli) != 0 ? done : refused;
+}
+
+int run_debug_off(Server & /*server*/, void *cli, const Words & /*words*/)
+{
+    return kov_api_debug_off(cli) != 0 ? done : refused;
+}
+
 struct Row {
     const char *name;
     const char *help;
@@ -174,6 +185,8 @@ constexpr Row rows[] = {
     {"show topology",   "BD: what is published of a bridge domain",                                   run_show_topology},
     {"show port",       "NAME: what is published of a port",                                          run_show_port},
     {"status",          "the server's state and counters",                                            run_status},
+    {"debug on",        "each frame that comes in or goes out, on this terminal",                     run_debug_on},
+    {"debug off",       "no more frames",                                                             run_debug_off},
     {"inject",          "CLIENT|SAP HEX [OPCODE]: send raw bytes",                                    run_inject},
 };
 // clang-format on

@@ -229,6 +229,15 @@ std::optional<Network> parse_network(std::string_view text, std::string &why)
     return std::nullopt;
 }
 
+std::optional<Network> parse_host(std::string_view text, std::string &why)
+{
+    const char *length = text.find(':') == text.npos ? "/32" : "/128";
+    auto host = parse_network(std::string(text) + length, why);
+    if (!host)
+        why = quoted(text) + " is not an address";
+    return host;
+}
+
 std::string word_of(std::span<const Word> words, std::uint32_t value)
 {
     for (const Word &word : words)
@@ -266,12 +275,21 @@ std::string v6_prefix_text(const kov_v6_prefix &prefix)
     return v6_text(prefix.addr) + "/" + std::to_string(unsigned{prefix.len});
 }
 
+std::uint32_t v4_address(const Network &network)
+{
+    std::uint32_t address = 0;
+    std::memcpy(&address, network.address.data(), sizeof address);
+    return ntohl(address);
+}
+
+std::string host_text(const Network &host)
+{
+    return host.family == 0 ? v4_text(v4_address(host)) : v6_text(host.address.data());
+}
+
 std::string network_text(const Network &network)
 {
-    std::uint32_t v4 = 0;
-    std::memcpy(&v4, network.address.data(), sizeof v4);
-    return (network.family == 0 ? v4_text(ntohl(v4)) : v6_text(network.address.data())) + "/" +
-           std::to_string(unsigned{network.length});
+    return host_text(network) + "/" + std::to_string(unsigned{network.length});
 }
 
 kov_rdb_aggr_sub_pfx_t record_of(const Network &network)

@@ -48,6 +48,7 @@ std::optional<Mac> parse_mac(std::string_view text, std::string &why);
 std::optional<kov_v4_prefix> parse_v4_prefix(std::string_view text, std::string &why);
 std::optional<kov_v6_prefix> parse_v6_prefix(std::string_view text, std::string &why);
 std::optional<Network> parse_network(std::string_view text, std::string &why);
+std::optional<Network> parse_host(std::string_view text, std::string &why); // an address: all bits
 
 std::string word_of(std::span<const Word> words, std::uint32_t value);
 std::string roles_text(std::uint32_t roles);
@@ -57,6 +58,8 @@ std::string v6_text(const std::uint8_t *sixteen_bytes);
 std::string v4_prefix_text(const kov_v4_prefix &prefix);
 std::string v6_prefix_text(const kov_v6_prefix &prefix);
 std::string network_text(const Network &network);
+std::string host_text(const Network &host);       // without the length
+std::uint32_t v4_address(const Network &network); // in host order
 
 // The record of an aggregate prefix.
 kov_rdb_aggr_sub_pfx_t record_of(const Network &network);
