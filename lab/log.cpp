@@ -13,6 +13,15 @@ namespace
 
 bool frames_wanted = false;
 
+// One line, cut to its room.
+struct Line {
+    char text[1024];
+    Line(const char *fmt, va_list args) __attribute__((format(printf, 2, 0)))
+    {
+        std::vsnprintf(text, sizeof text, fmt, args);
+    }
+};
+
 // A process's traces have the library's number and level, whoever makes them.
 constexpr std::uint32_t trace_library = 33;
 constexpr std::uint32_t trace_level = 1;
@@ -27,25 +36,23 @@ bool frames_are_logged() { return frames_wanted || terminals_want_frames(); }
 
 void log_frame(const char *fmt, ...)
 {
-    char text[1024];
     va_list args;
     va_start(args, fmt);
-    std::vsnprintf(text, sizeof text, fmt, args);
+    const Line line(fmt, args);
     va_end(args);
     if (frames_wanted)
-        std::fprintf(stderr, "kovd: %s\n", text);
+        std::fprintf(stderr, "kovd: %s\n", line.text);
     if (terminals_want_frames())
-        tracef_func(trace_level, nullptr, "kovd", 0, "%s", text);
+        tracef_func(trace_level, nullptr, "kovd", 0, "%s", line.text);
 }
 
 void log_problem(const char *fmt, ...)
 {
-    char text[1024];
     va_list args;
     va_start(args, fmt);
-    std::vsnprintf(text, sizeof text, fmt, args);
+    const Line line(fmt, args);
     va_end(args);
-    std::fprintf(stderr, "kovd: warning: %s\n", text);
+    std::fprintf(stderr, "kovd: warning: %s\n", line.text);
 }
 
 } // namespace kov_lab
