@@ -73,9 +73,12 @@ typedef struct KOV_PACKED kov_profile_options_t {
 
 /* kov_profile_options_t.entity_id_type */
 enum kov_profile_entity {
-    KOV_PROFILE_ENTITY_SEGMENT = 0, /* vni counts */
-    KOV_PROFILE_ENTITY_VLAN = 1,    /* vlan counts */
-    KOV_PROFILE_ENTITY_VLAN_16 = 16 /* vlan counts */
+    KOV_PROFILE_ENTITY_SEGMENT = 0,  /* vni counts */
+    KOV_PROFILE_ENTITY_VLAN = 1,     /* vlan counts */
+    KOV_PROFILE_ENTITY_VLAN_16 = 16, /* vlan counts */
+    KOV_PROFILE_ENTITY_32 = 32,      /* the server's, as all that follow */
+    KOV_PROFILE_ENTITY_33 = 33,
+    KOV_PROFILE_ENTITY_49 = 49
 };
 
 /* One user host, as a profile key: 5374 bytes. */
@@ -88,6 +91,22 @@ typedef struct KOV_PACKED kov_uhost_key_t {
     uint8_t uhost_key_data[KOV_UHOST_KEY_DATA_SIZE];
     kov_profile_options_t options; /* all zero unless a host is added */
 } kov_uhost_key_t;
+
+/* ----------------------------------------------------------------------------------------- the options */
+
+/* Zeroes the whole record. 1; 0 for null. */
+KOV_EXPORT uint32_t kov_profile_options_init(kov_profile_options_t *options);
+
+/* Append a parameter text (say "vlan=7") to the list of the profile, or of the included one. 1; 0, and
+ * nothing changes, when there is no room for it, when the list's count does not agree with its entries, or
+ * for null. Room is needed for the whole text and two bytes, but a text of 256 characters or more is stored
+ * modulo 256: 258 characters become 2. The count wraps at 256. */
+KOV_EXPORT uint32_t kov_profile_options_add_param(kov_profile_options_t *options, const char *text);
+KOV_EXPORT uint32_t kov_profile_options_add_include_param(kov_profile_options_t *options, const char *text);
+
+/* Empty the list: the count becomes 0, and later appends overwrite the old bytes. 1 always, also for null. */
+KOV_EXPORT uint32_t kov_profile_options_clear_param(kov_profile_options_t *options);
+KOV_EXPORT uint32_t kov_profile_options_clear_include_param(kov_profile_options_t *options);
 
 KOV_END_DECLS
 
