@@ -13,7 +13,7 @@
  *   kov_cache.h       control of the local cache
  *   kov_messages.h    the messages between client and server
  *   kov_records.h     the published records and their key
- *   kov_profile.h     what a client tells the server about a host
+ *   kov_profile.h     auto-configuration: what a client tells the server about a host
  *   kov_vault.h       the records of the persistent store
  *   kov_codec.h       records to and from their stored form
  *   kov_debug.h       traces, interface names

@@ -57,9 +57,9 @@ struct kov_context {
     u32 vrf_bytes;
     u32 profile_test_uuid;
     u32 profile_cb_registered; // written, never read
-    void (*profile_resp_cb)();
-    void (*profile_check_cb)();
-    void (*profile_clear_cb)();
+    kov_profile_callback profile_resp_cb;
+    kov_profile_callback profile_check_cb;
+    kov_profile_callback profile_clear_cb;
     kov::vrf_walk *vrf_walks; // those under way; initialisation leaves them
 };
 

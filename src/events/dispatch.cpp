@@ -114,12 +114,12 @@ void complete_registration()
 
 // Hands the message to whoever it is for. The handler may do anything to the library: nothing is read after
 // it.
-void deliver(const kov_client_msg *msg)
+void deliver(const message_copy &msg)
 {
-    if (kov_profile_dispatch_uhost(msg))
+    if (kov::profile_dispatch(msg.get(), msg.size()))
         KOV_TRACE("IPC message consumed by kov_profile_dispatch_uhost()");
     else if (kov_api.notify_callback)
-        kov_api.notify_callback(msg);
+        kov_api.notify_callback(msg.get());
 }
 
 } // namespace
@@ -154,6 +154,6 @@ u32 kov_dispatch(const ipc_message *msg)
         KOV_TRACE("Received unexpected mtype(0x%08x) in kov_dispatch(0x%08x)", mtype, kov_api.mtype_mask);
         return 0;
     }
-    deliver(copy.get());
+    deliver(copy);
     return 1;
 }

@@ -1,11 +1,15 @@
 // Where the dispatcher offers a message to the profile layer, before the client's handler sees it.
-//
-// The profile layer is not there yet: nothing is consumed, and every message goes on to the handler.
 #pragma once
 
 #include "api/types.h"
 
-#include <kov/kov_messages.h>
+#include <kov/kov_profile.h>
 
-// Non-zero when the message was a profile reply and all of it went to the client's profile callbacks.
-inline s32 kov_profile_dispatch_uhost(const kov_client_msg *) { return 0; }
+namespace kov
+{
+
+// kov_profile_dispatch_uhost for a message of `size` bytes, at least a header. A profile message that has no
+// key, or is too short for its user-host key with the reply behind it, is not consumed.
+s32 profile_dispatch(const kov_client_msg *msg, u32 size);
+
+} // namespace kov

@@ -56,4 +56,23 @@ FIELD_IS(kov_uhost_key_t, key_len, 10, 1);
 FIELD_IS(kov_uhost_key_t, uhost_key_data, 11, 45);
 FIELD_IS(kov_uhost_key_t, options, 56, 5318);
 
+SIZE_IS(kov_profile_reply, 20);
+FIELD_IS(kov_profile_reply, code, 0, 4);
+FIELD_IS(kov_profile_reply, vni, 4, 4);
+FIELD_IS(kov_profile_reply, bd, 8, 2);
+FIELD_IS(kov_profile_reply, unused_10, 10, 2);
+FIELD_IS(kov_profile_reply, vlan, 12, 4);
+FIELD_IS(kov_profile_reply, word_16, 16, 4);
+
+/* The key of a request follows at 172. */
+SIZE_IS(kov_profile_request, 172);
+FIELD_IS(kov_profile_request, client, 0, 164);
+FIELD_IS(kov_profile_request, key_count, 164, 4);
+FIELD_IS(kov_profile_request, key_len, 168, 4);
+
+SIZE_BY_ABI(kov_profile_callbacks, 24, 12);
+FIELD_BY_ABI(kov_profile_callbacks, profile_resp_cb, 0, 8, 0, 4);
+FIELD_BY_ABI(kov_profile_callbacks, profile_check_cb, 8, 8, 4, 4);
+FIELD_BY_ABI(kov_profile_callbacks, profile_clear_cb, 16, 8, 8, 4);
+
 LAYOUT_MAIN("the profiles' records")

@@ -46,7 +46,8 @@ protected:
         kov_api.vrf_bytes = 21;
         kov_api.profile_test_uuid = 22;
         kov_api.profile_cb_registered = 23;
-        kov_api.profile_resp_cb = kov_api.profile_check_cb = kov_api.profile_clear_cb = [] {};
+        kov_api.profile_resp_cb = kov_api.profile_check_cb =
+            kov_api.profile_clear_cb = [](auto...) -> uint32_t { return 0; };
     }
 
     // The calls that open or close something, in order.
