@@ -247,6 +247,30 @@ int kov_host_iod_set(int32_t iod, uint32_t ifindex);
  * that support both KOV features are 0x2101 to 0x210d and 0x2201 to 0x220d. -1 for a type above 65535. */
 int kov_host_card_set(int32_t type);
 
+/* ---- Routes and VRFs ------------------------------------------------------------------------------- */
+
+/* Gives a VRF its name, 1 to 32 characters, by which vrfmgr_get_context_name finds it in this process; null
+ * takes the name back. To begin with no VRF has one. */
+int kov_host_vrf_set(uint32_t vrf_id, const char *name);
+
+/*
+ * A small routing table for what the library asks about routes (kov/platform/routes.h); nothing is forwarded
+ * by it, and no other process sees it. A prefix is written "10.1.0.0/16" or "2001:db8::/32"; bits behind its
+ * length do not count. It is independent of attaching.
+ */
+enum { KOV_HOST_ROUTE_CONDITIONAL = 1, KOV_HOST_ROUTE_CONVERTED = 2 };
+
+/* Adds the route, or changes its flags (above, or-ed). A changed route is still the same route to whoever has
+ * found it. */
+int kov_host_route_set(uint32_t vrf_id, const char *prefix, uint32_t flags);
+
+/* Removes it; -1 when it is not there. */
+int kov_host_route_delete(uint32_t vrf_id, const char *prefix);
+
+/* The route of the longest prefix that holds `address` (no length; either family), or null. It is what the
+ * library's calls take as a route, and holds until it is removed. */
+const void *kov_host_route_find(uint32_t vrf_id, const char *address);
+
 /* ---- Codec errors ---------------------------------------------------------------------------------- */
 
 /* Says who gets the text of each fcodec_error_print (at most 511 characters; it holds during the call only).

@@ -233,7 +233,7 @@ public:
 
 // What the library's opaque route pointers point at in tests.
 struct Route {
-    bool conditional = false, conversational = false;
+    bool conditional = false, converted = false;
 };
 
 struct Routes {

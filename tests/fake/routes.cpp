@@ -2,6 +2,7 @@
 #include "internal.h"
 
 #include <kov/platform/card.h>
+#include <kov/platform/routes.h>
 
 #include <cerrno>
 #include <cstring>
@@ -11,10 +12,10 @@ using namespace fake;
 namespace
 {
 
-const Route &route(Call call, const void *rt)
+Route route(Call call, const void *rt)
 {
     enter(call);
-    return *static_cast<const Route *>(rt);
+    return rt ? *static_cast<const Route *>(rt) : Route();
 }
 
 // The optional provider, as dlsym hands it out: it has no context, so it finds the test's function here.
@@ -47,7 +48,7 @@ int urib_route_is_cond_flag_set(const void *rt)
 
 int urib_route_is_conv_flag_set(const void *rt)
 {
-    return route(Call::urib_route_is_conv_flag_set, rt).conversational;
+    return route(Call::urib_route_is_conv_flag_set, rt).converted;
 }
 
 int u6rib_route_is_cond_flag_set(const void *rt)
@@ -57,7 +58,7 @@ int u6rib_route_is_cond_flag_set(const void *rt)
 
 int u6rib_route_is_conv_flag_set(const void *rt)
 {
-    return route(Call::u6rib_route_is_conv_flag_set, rt).conversational;
+    return route(Call::u6rib_route_is_conv_flag_set, rt).converted;
 }
 
 const char *vrfmgr_get_context_name(uint32_t vrf_id, uint32_t)

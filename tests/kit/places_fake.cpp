@@ -48,3 +48,19 @@ void kit::set_iod(int32_t iod, uint32_t ifindex)
 
 void kit::set_card(uint16_t type) { fake::platform().card.type = type; }
 void kit::remove_card() { fake::platform().card.type.reset(); }
+
+void kit::set_vrf(uint32_t vrf_id, const char *name)
+{
+    auto &names = fake::platform().routes.vrf_names;
+    if (name)
+        names[vrf_id] = name;
+    else
+        names.erase(vrf_id);
+}
+
+const void *kit::route_with(bool, bool conditional, bool converted)
+{
+    static fake::Route route;
+    route = {conditional, converted};
+    return &route;
+}

@@ -41,3 +41,19 @@ void kit::set_card(uint16_t type)
 }
 
 void kit::remove_card() { kov_host_card_set(-1); }
+
+void kit::set_vrf(uint32_t vrf_id, const char *name)
+{
+    if (kov_host_vrf_set(vrf_id, name) != 0)
+        throw std::invalid_argument(kov_host_error());
+}
+
+const void *kit::route_with(bool v6, bool conditional, bool converted)
+{
+    uint32_t flags = 0;
+    flags |= conditional ? uint32_t{KOV_HOST_ROUTE_CONDITIONAL} : 0;
+    flags |= converted ? uint32_t{KOV_HOST_ROUTE_CONVERTED} : 0;
+    if (kov_host_route_set(1, v6 ? "2001:db8::/32" : "10.0.0.0/8", flags) != 0)
+        throw std::invalid_argument(kov_host_error());
+    return kov_host_route_find(1, v6 ? "2001:db8::1" : "10.0.0.1");
+}
