@@ -20,6 +20,7 @@ KOV_BEGIN_DECLS
 #define KOV_OPC_CLIENT 0x3D400u
 
 /* What else goes to the server: one message each, without an answer (kov_events.h). */
+#define KOV_OPC_GLEAN 0x3D404u
 #define KOV_OPC_HOST_VERIFY 0x3D405u
 #define KOV_OPC_ARP_VERIFIED 0x13C04u
 #define KOV_OPC_ND_VERIFIED 0x14401u
@@ -179,6 +180,19 @@ typedef struct KOV_PACKED kov_arp_verified_msg {
     uint16_t vlan; /* the low 16 bits */
     uint8_t zero_52[4];
 } kov_arp_verified_msg;
+
+/* KOV_OPC_GLEAN, client to server: 73 bytes, host order. Of an IPv4 address the first four bytes count, a
+ * uint32_t; the twelve behind it are whatever the client handed in. */
+typedef struct KOV_PACKED kov_glean_msg {
+    uint8_t zero_0[24];
+    uint8_t family; /* 1 IPv4, else IPv6; the low 8 bits of what the client gave */
+    uint32_t vrf_id;
+    uint32_t iif_ifindex; /* where the packet came in */
+    uint32_t value;       /* the client's, passed through */
+    uint32_t svi_ifindex; /* the source interface */
+    uint8_t dst[16];
+    uint8_t src[16];
+} kov_glean_msg;
 
 /* Bytes of one record of a message of type `mtype`; 0 for types 1, 2, 3, 12 and all outside 4 to 20. */
 KOV_EXPORT uint32_t kov_get_clients_msg_data_sz(int32_t mtype);

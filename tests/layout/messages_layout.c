@@ -86,6 +86,16 @@ FIELD_IS(kov_arp_verified_msg, zero_32, 32, 18);
 FIELD_IS(kov_arp_verified_msg, vlan, 50, 2);
 FIELD_IS(kov_arp_verified_msg, zero_52, 52, 4);
 
+SIZE_IS(kov_glean_msg, 73);
+FIELD_IS(kov_glean_msg, zero_0, 0, 24);
+FIELD_IS(kov_glean_msg, family, 24, 1);
+FIELD_IS(kov_glean_msg, vrf_id, 25, 4);
+FIELD_IS(kov_glean_msg, iif_ifindex, 29, 4);
+FIELD_IS(kov_glean_msg, value, 33, 4);
+FIELD_IS(kov_glean_msg, svi_ifindex, 37, 4);
+FIELD_IS(kov_glean_msg, dst, 41, 16);
+FIELD_IS(kov_glean_msg, src, 57, 16);
+
 /* What a client passes in: nine words. */
 SIZE_IS(kov_host_verified, 36);
 FIELD_IS(kov_host_verified, addr, 0, 16);

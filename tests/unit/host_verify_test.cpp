@@ -21,14 +21,6 @@ constexpr uint8_t host_v6[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0,
 const char *const not_attached = "kov_send_host_verify_notification(): Not registered with KOV api";
 const char *const too_long = "vrf name too long in kov_send_host_verify_notification";
 
-Bytes joined(std::initializer_list<Bytes> groups)
-{
-    Bytes all;
-    for (const Bytes &group : groups)
-        all.insert(all.end(), group.begin(), group.end());
-    return all;
-}
-
 Bytes text(const std::string &of, std::size_t size)
 {
     Bytes bytes(of.begin(), of.end());

@@ -26,6 +26,15 @@ inline fake::Bytes bytes_at(const void *at, std::size_t size)
     return at ? fake::Bytes(first, first + size) : fake::Bytes();
 }
 
+// Expected bytes, grouped as a layout is.
+inline fake::Bytes joined(std::initializer_list<fake::Bytes> groups)
+{
+    fake::Bytes all;
+    for (const fake::Bytes &group : groups)
+        all.insert(all.end(), group.begin(), group.end());
+    return all;
+}
+
 // The record that holds nothing but defaults, field 7 included.
 inline kov_rdb_geninfo_t default_general_info()
 {
