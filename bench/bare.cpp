@@ -64,6 +64,19 @@ BareTree::~BareTree()
     }
 }
 
+std::uint32_t BareTree::walk(std::uint32_t steps)
+{
+    std::uint32_t key = 0;
+    std::uint32_t bits = 32;
+    std::uint32_t sum = 0;
+    const pt_node *node = pt_get_first_node(tree_, &key, &bits);
+    for (; node != nullptr && steps > 0; --steps) {
+        sum += *static_cast<const std::uint32_t *>(node->data);
+        node = steps > 1 ? pt_get_next_node(tree_, &key, &bits) : nullptr;
+    }
+    return sum;
+}
+
 BareDatabase::BareDatabase(const std::string &path)
 {
     check(mdb_env_create(&env_), "mdb_env_create");
@@ -100,23 +113,22 @@ std::size_t BareDatabase::read(const StoredKey &key)
     return value.mv_size;
 }
 
-std::uint32_t BareDatabase::walk(std::uint32_t type)
+std::uint32_t BareDatabase::walk(const StoredKey &from, std::uint32_t most)
 {
-    kov_rdb_key from = {};
-    from.type = type;
-    const StoredKey first = stored(from);
-    MDB_val key = value_of(first);
+    MDB_val key = value_of(from);
     MDB_val value = {};
     check(mdb_txn_renew(txn_), "mdb_txn_renew");
     check(mdb_cursor_renew(txn_, cursor_), "mdb_cursor_renew");
-    std::uint32_t records = 0;
+    std::uint32_t steps = 0;
     int code = mdb_cursor_get(cursor_, &key, &value, MDB_SET_RANGE);
-    for (; code == 0 && has_type(key, first); code = mdb_cursor_get(cursor_, &key, &value, MDB_NEXT)) {
+    while (code == 0 && has_type(key, from)) {
         look_at(value);
-        ++records;
+        if (++steps == most)
+            break;
+        code = mdb_cursor_get(cursor_, &key, &value, MDB_NEXT);
     }
     mdb_txn_reset(txn_);
-    return records;
+    return steps;
 }
 
 } // namespace kov_bench

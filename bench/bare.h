@@ -37,9 +37,12 @@ public:
         return node == nullptr ? 0 : *static_cast<const std::uint32_t *>(node->data);
     }
 
+    // The first words of the first `steps` entries, added up.
+    std::uint32_t walk(std::uint32_t steps);
+
 private:
-    pt_tree *tree_ = nullptr;
     using Entry = std::array<std::uint32_t, 4>;
+    pt_tree *tree_ = nullptr;
     std::vector<std::uint32_t> numbers_;
     std::vector<std::unique_ptr<Entry>> entries_;
 };
@@ -61,8 +64,9 @@ public:
     // transaction is renewed before and reset after.
     std::size_t read(const StoredKey &key);
 
-    // Steps over all records of a type, looking at the first byte of each; their number.
-    std::uint32_t walk(std::uint32_t type);
+    // Steps over the records of a type, from the key on, looking at the first byte of each; the number of
+    // steps, at most `most`.
+    std::uint32_t walk(const StoredKey &from, std::uint32_t most);
 
 private:
     MDB_env *env_ = nullptr;

@@ -5,6 +5,7 @@
 #include <rdb_store.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -89,6 +90,32 @@ void put_slot(kov_host::RdbStore &store, std::uint32_t slot)
     put(store, key, encoded(ports, kov_ha_port_tracking_get_tlv_sz, kov_ha_port_tracking_to_tlv));
 }
 
+// The prefixes of a VRF are 10.0.0.0/16, 10.1.0.0/16 and so on: a record's 20 bytes.
+void set_prefix(std::uint8_t *prefix, std::uint32_t address, std::uint8_t length)
+{
+    std::memcpy(prefix, &address, sizeof address);
+    prefix[4] = length;
+}
+
+Destination destination(std::uint32_t vrf, std::uint32_t place)
+{
+    Destination host = {vrf, place, "", {}};
+    std::snprintf(host.vrf_name, sizeof host.vrf_name, "vrf%u", vrf);
+    set_prefix(host.prefix, 0x0A000101 | (place - 1) << 16, 32);
+    return host;
+}
+
+void put_prefix_of(kov_host::RdbStore &store, const Destination &host)
+{
+    kov_rdb_aggr_sub_pfx_t record = {};
+    set_prefix(record.prefix, 0x0A000000 | (host.place - 1) << 16, 16);
+    kov_rdb_key key = {};
+    key.type = KOV_RDB_AGGR_SUB_PFX;
+    std::memcpy(key.of.vrf_name, host.vrf_name, sizeof key.of.vrf_name);
+    std::memcpy(key.prefix, record.prefix, sizeof key.prefix);
+    put(store, key, encoded(record, kov_ha_aggr_sub_pfx_get_tlv_sz, kov_ha_aggr_sub_pfx_to_tlv));
+}
+
 void put_network(Bytes &bytes, std::size_t at, std::size_t value)
 {
     const std::uint32_t swapped = __builtin_bswap32(static_cast<std::uint32_t>(value));
@@ -97,16 +124,19 @@ void put_network(Bytes &bytes, std::size_t at, std::size_t value)
 
 } // namespace
 
-Fabric::Fabric(std::uint32_t svis)
+Fabric::Fabric(std::uint32_t records)
 {
-    for (std::uint32_t i = 1; i <= svis; ++i)
-        svis_.push_back(bdi | i);
+    for (std::uint32_t i = 0; i < records; ++i) {
+        svis_.push_back(bdi | (i + 1));
+        destinations_.push_back(destination(i / prefixes_a_vrf, i % prefixes_a_vrf + 1));
+    }
     for (std::uint32_t slot = 1; slot <= slots; ++slot)
         for (std::uint32_t port = 1; port <= 16; ++port)
             ports_.push_back(port_at(slot, port));
     std::mt19937 random(42); // every run asks in the same order
     std::shuffle(svis_.begin(), svis_.end(), random);
     std::shuffle(ports_.begin(), ports_.end(), random);
+    std::shuffle(destinations_.begin(), destinations_.end(), random);
 
     dir_ = (std::filesystem::temp_directory_path() / "kov-bench-XXXXXX").string();
     if (::mkdtemp(dir_.data()) == nullptr)
@@ -142,6 +172,8 @@ void Fabric::publish()
         put_svi(*store, svi);
     for (std::uint32_t slot = 1; slot <= slots; ++slot)
         put_slot(*store, slot);
+    for (const Destination &host : destinations_)
+        put_prefix_of(*store, host);
     if (!store->commit())
         give_up(store->error());
 }

@@ -16,11 +16,20 @@ namespace kov_bench
 
 using Bytes = std::vector<std::uint8_t>;
 
+// A host in one of the VRFs. An aggregate subnet prefix of that VRF covers it: the `place`-th, from 1.
+struct Destination {
+    std::uint32_t vrf; // from 0
+    std::uint32_t place;
+    char vrf_name[KOV_VRF_NAME_SIZE];
+    std::uint8_t prefix[20];
+};
+
 class Fabric
 {
 public:
-    // Publishes `svis` SVIs and every slot's ports; no more than 65536 SVIs.
-    explicit Fabric(std::uint32_t svis);
+    // Publishes `records` SVIs (65536 at most), as many aggregate subnet prefixes, 16 a VRF, and every slot's
+    // ports.
+    explicit Fabric(std::uint32_t records);
     ~Fabric();
     Fabric(const Fabric &) = delete;
     Fabric &operator=(const Fabric &) = delete;
@@ -43,6 +52,9 @@ public:
     static constexpr std::uint32_t slots = 255; // a record key has one byte for them
     static std::uint32_t slot_of(std::uint32_t port);
 
+    const std::vector<Destination> &destinations() const { return destinations_; }
+    static constexpr std::uint32_t prefixes_a_vrf = 16;
+
 private:
     void publish();
 
@@ -50,6 +62,7 @@ private:
     std::string database_;
     std::vector<std::uint32_t> svis_;
     std::vector<std::uint32_t> ports_;
+    std::vector<Destination> destinations_;
     std::int32_t server_ = 0;
     std::vector<std::uint32_t> registered_;
 };

@@ -23,8 +23,8 @@ struct Row {
 };
 
 // Asks every question again and again.
-template <class Ask>
-void time_answers(benchmark::State &state, const std::vector<std::uint32_t> &questions, Ask ask)
+template <class Question, class Ask>
+void time_answers(benchmark::State &state, const std::vector<Question> &questions, Ask ask)
 {
     std::size_t i = 0;
     for (auto _ : state) {
@@ -34,25 +34,24 @@ void time_answers(benchmark::State &state, const std::vector<std::uint32_t> &que
     }
 }
 
-template <class Ask>
-void check_answers(const std::vector<std::uint32_t> &questions, Ask ask,
-                   std::uint32_t (*expected)(std::uint32_t))
+template <class Question, class Ask, class Expected>
+void check_answers(const std::vector<Question> &questions, Ask ask, Expected expected)
 {
-    for (const std::uint32_t question : questions)
+    for (const Question &question : questions)
         if (ask(question) != expected(question))
-            give_up("a wrong answer for interface " + std::to_string(question));
+            give_up("a wrong answer");
 }
 
 // Cached answers take nothing from the platform but `blocks` blocks of memory each: no read, no message, no
 // yield, no trace.
-template <class Ask>
-void check_quiet(const std::vector<std::uint32_t> &questions, Ask ask, std::uint64_t blocks)
+template <class Question, class Ask>
+void check_quiet(const std::vector<Question> &questions, Ask ask, std::uint64_t blocks)
 {
     kov_host_counters before = {};
     kov_host_counters after = {};
     kov_host_counters_get(&before);
     const std::uint64_t allocated = allocations();
-    for (const std::uint32_t question : questions)
+    for (const Question &question : questions)
         benchmark::DoNotOptimize(ask(question));
     if (allocations() - allocated != blocks * questions.size())
         give_up("a cached answer allocates what it should not");
@@ -121,8 +120,9 @@ void bare_walk(benchmark::State &state, Fabric &fabric)
 {
     BareDatabase database(fabric.database());
     const auto records = static_cast<std::uint32_t>(fabric.svis().size());
+    const BareDatabase::StoredKey first = BareDatabase::stored(svi_key(0));
     for (auto _ : state)
-        if (database.walk(KOV_RDB_SVIINFO) != records)
+        if (database.walk(first, UINT32_MAX) != records)
             give_up("the bare walk loses records");
     count_items(state, records);
 }
@@ -193,10 +193,57 @@ void bare_slot_read(benchmark::State &state, Fabric &fabric)
     });
 }
 
+// ---------------------------------------------------------------------------- one conditional route
+
+std::uint32_t ask_conditional(const Destination &host)
+{
+    return kov_is_rt_conditional(host.vrf_name, host.prefix, 0);
+}
+
+std::uint32_t always(const Destination &) { return 1; }
+
+// A tree a VRF, of which as many entries are seen as the library has to test.
+void bare_prefix_walk(benchmark::State &state, Fabric &fabric)
+{
+    std::vector<std::uint32_t> prefixes;
+    for (std::uint32_t i = 0; i < Fabric::prefixes_a_vrf; ++i)
+        prefixes.push_back(0x0A000000 | i << 16);
+    std::vector<std::unique_ptr<BareTree>> vrfs;
+    for (std::size_t i = 0; i < fabric.destinations().size(); i += prefixes.size())
+        vrfs.push_back(std::make_unique<BareTree>(prefixes));
+    time_answers(state, fabric.destinations(),
+                 [&](const Destination &host) { return vrfs[host.vrf]->walk(host.place); });
+}
+
+void cached_conditional(benchmark::State &state, Fabric &fabric)
+{
+    check_answers(fabric.destinations(), ask_conditional, always);
+    check_quiet(fabric.destinations(), ask_conditional, 0);
+    time_answers(state, fabric.destinations(), ask_conditional);
+}
+
+void conditional(benchmark::State &state, Fabric &fabric)
+{
+    check_answers(fabric.destinations(), ask_conditional, always);
+    time_answers(state, fabric.destinations(), ask_conditional);
+}
+
+void bare_prefix_read(benchmark::State &state, Fabric &fabric)
+{
+    BareDatabase database(fabric.database());
+    time_answers(state, fabric.destinations(), [&](const Destination &host) {
+        kov_rdb_key key = {};
+        key.type = KOV_RDB_AGGR_SUB_PFX;
+        std::memcpy(key.of.vrf_name, host.vrf_name, sizeof key.of.vrf_name);
+        return database.walk(BareDatabase::stored(key), host.place);
+    });
+}
+
 // -------------------------------------------------------------------------------------------- the table
 
 constexpr const char *bare = "";
-constexpr std::uint32_t svi_mtype = KOV_MTYPE_SVI_FWD_MODE, port_mtype = KOV_MTYPE_PORT_TRACKING;
+constexpr std::uint32_t svi_mtype = KOV_MTYPE_SVI_FWD_MODE, port_mtype = KOV_MTYPE_PORT_TRACKING,
+                        prefix_mtype = KOV_MTYPE_AGGR_SUB_PFX;
 
 // clang-format off
 const std::vector<Row> rows = {
@@ -213,6 +260,10 @@ const std::vector<Row> rows = {
     {{"kov_get_port_tracking, cached",             "pt_lookup of a slot, bare"},     {port_mtype}, cached_tracking},
     {{"mdb_get of a slot, bare",                   bare},                            {},           bare_slot_read},
     {{"kov_get_port_tracking, from the database",  "mdb_get of a slot, bare"},       {svi_mtype},  tracking},
+    {{"tree walk over a VRF's prefixes, bare",     bare},                            {},           bare_prefix_walk},
+    {{"kov_is_rt_conditional, cached",             "tree walk over a VRF's prefixes, bare"}, {prefix_mtype}, cached_conditional},
+    {{"cursor walk over a VRF's prefixes, bare",   bare},                            {},           bare_prefix_read},
+    {{"kov_is_rt_conditional, from the database",  "cursor walk over a VRF's prefixes, bare"}, {svi_mtype}, conditional},
 };
 // clang-format on
 

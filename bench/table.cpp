@@ -33,7 +33,7 @@ void Table::Finalize()
         std::fputs("\r\033[K", stderr);
     std::printf("%-52s", "median ns, and times the bare line above, at");
     for (const std::uint32_t size : sizes_)
-        std::printf("%10u SVIs   ", size);
+        std::printf("%10u records", size);
     std::puts("");
     for (const Line &line : lines_)
         print(line);
