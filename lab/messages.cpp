@@ -162,27 +162,30 @@ std::string registration(const std::uint8_t *payload)
 
 std::string glean(const std::uint8_t *payload)
 {
-    const bool v4 = payload[24] == 1;
-    const std::string dest = v4 ? v4_text(word_at(payload + 41)) : v6_text(payload + 41);
-    return "glean " + dest + " in VRF " + number(payload + 25) + " on " + interface(payload + 37);
+    const auto msg = record_at<kov_glean_msg>(payload);
+    const bool v4 = msg.family == 1;
+    return "glean " + (v4 ? v4_text(word_at(msg.dst)) : v6_text(msg.dst)) + " in VRF " +
+           std::to_string(msg.vrf_id) + " on " + kov_ifindex_name_str(msg.svi_ifindex);
 }
 
 std::string verify(const std::uint8_t *payload)
 {
-    const bool v4 = payload[33] == 1;
-    const std::uint32_t address = __builtin_bswap32(word_at(payload + 34));
-    return "verify host " + (v4 ? v4_text(address) : std::string("(IPv6)")) + " in VRF " +
-           printable(payload, KOV_VRF_NAME_SIZE);
+    const auto msg = record_at<kov_host_verify_msg>(payload);
+    const bool v4 = msg.family == 1;
+    return "verify host " + (v4 ? v4_text(__builtin_bswap32(word_at(msg.addr))) : std::string("(IPv6)")) +
+           " in VRF " + printable(msg.vrf_name, sizeof msg.vrf_name);
 }
 
 std::string arp_result(const std::uint8_t *payload)
 {
-    return "ARP verified " + v4_text(word_at(payload + 28)) + " on " + interface(payload + 4);
+    const auto msg = record_at<kov_arp_verified_msg>(payload);
+    return "ARP verified " + v4_text(msg.addr) + " on " + kov_ifindex_name_str(msg.ifindex);
 }
 
 std::string nd_result(const std::uint8_t *payload)
 {
-    return "ND verified " + v6_text(payload + 22) + " on iod " + number(payload + 40);
+    const auto msg = record_at<kov_nd_verified_msg>(payload);
+    return "ND verified " + v6_text(msg.addr) + " on iod " + std::to_string(msg.iod);
 }
 
 struct FrameRow {
@@ -193,11 +196,11 @@ struct FrameRow {
 
 // clang-format off
 constexpr FrameRow frame_rows[] = {
-    {KOV_OPC_CLIENT, sizeof(kov_registration_request), registration},
-    {0x3D404,        73,                               glean},
-    {0x3D405,        50,                               verify},
-    {0x13C04,        56,                               arp_result},
-    {0x14401,        44,                               nd_result},
+    {KOV_OPC_CLIENT,       sizeof(kov_registration_request), registration},
+    {KOV_OPC_GLEAN,        sizeof(kov_glean_msg),            glean},
+    {KOV_OPC_HOST_VERIFY,  sizeof(kov_host_verify_msg),      verify},
+    {KOV_OPC_ARP_VERIFIED, sizeof(kov_arp_verified_msg),     arp_result},
+    {KOV_OPC_ND_VERIFIED,  sizeof(kov_nd_verified_msg),      nd_result},
 };
 // clang-format on
 
