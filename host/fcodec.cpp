@@ -40,8 +40,7 @@ const fcodec_row *find_row(const fcodec_table *t, const fcodec_row *from, uint32
 // Nested records have the length of their streams, a tail that of its data; all else is as wide as its row.
 [[gnu::noinline]] bool may_have_any_length(const fcodec_table *t, const fcodec_row &row)
 {
-    return row.kind == FCODEC_KIND_NESTED ||
-           (row.kind == FCODEC_KIND_STRING && row.copy != nullptr && is_tail(rule_of(t, row.id)));
+    return row.kind == FCODEC_KIND_NESTED || (has_routines(row) && is_tail(rule_of(t, row.id)));
 }
 
 // The next field that has a row. Inlined, its state lives in registers, which halves the time of a decode.
@@ -69,10 +68,10 @@ const fcodec_row *find_row(const fcodec_table *t, const fcodec_row *from, uint32
     return at.at == at.stream_len ? FCODEC_END : FCODEC_MALFORMED;
 }
 
-// A stream that was opened, at its first field; and the rule of the record's tail, if it has one.
+// A stream that was opened, at its first field, and what its table is like.
 struct Opened {
     fcodec_field_itr at;
-    const fcodec_rule *tail;
+    Shape shape;
     uint32_t tail_len; // once the stream is checked
 };
 
@@ -94,7 +93,7 @@ int open(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, u
         return FCODEC_TOO_SMALL;
     if (header.record_size != t->size)
         return FCODEC_MALFORMED;
-    opened = {{stream, header.total, stream_header_size, header.fields, 0, t, first_row(t)}, shape.tail, 0};
+    opened = {{stream, header.total, stream_header_size, header.fields, 0, t, first_row(t)}, shape, 0};
     return FCODEC_OK;
 }
 
@@ -105,10 +104,10 @@ bool has_its_tail(Opened &opened)
     bool is_said = false;
     fcodec_field_itr at = opened.at;
     for (fcodec_field field; step(at, field) == FCODEC_OK;)
-        if (field.id == opened.tail->tail_length_id) {
+        if (field.id == opened.shape.tail->tail_length_id) {
             said = load<uint32_t>(static_cast<const uint8_t *>(field.value));
             is_said = true;
-        } else if (field.id == opened.tail->field_id) {
+        } else if (field.id == opened.shape.tail->field_id) {
             if (!is_said || field.len != said)
                 return false;
             opened.tail_len = field.len;
@@ -136,11 +135,12 @@ int open_checked(Opened &opened, const void *tlv, uint32_t len, const fcodec_tab
     fcodec_field field;
     int code = FCODEC_OK;
     while ((code = step(ahead, field)) == FCODEC_OK)
-        if (field.row->kind == FCODEC_KIND_NESTED && !holds_one_stream(t, field, depth))
+        if (!opened.shape.plain && field.row->kind == FCODEC_KIND_NESTED &&
+            !holds_one_stream(t, field, depth))
             return FCODEC_MALFORMED;
     if (code != FCODEC_END)
         return code;
-    return opened.tail == nullptr || has_its_tail(opened) ? int{FCODEC_OK} : int{FCODEC_MALFORMED};
+    return opened.shape.tail == nullptr || has_its_tail(opened) ? int{FCODEC_OK} : int{FCODEC_MALFORMED};
 }
 
 void apply(fcodec_field_itr at, uint8_t *out);
@@ -155,7 +155,7 @@ void apply(fcodec_field_itr at, uint8_t *out);
         apply({value, header.total, stream_header_size, header.fields, 0, rule->nested,
                first_row(rule->nested)},
               out + field.row->offset);
-    } else if (rule != nullptr && field.row->copy != nullptr) {
+    } else if (rule != nullptr && has_routines(*field.row)) {
         rule->apply(out, value); // cannot fail: both are there
     } else {
         copy_value(out + field.row->offset, value, field.len);

@@ -8,16 +8,11 @@ namespace kov_codec
 namespace
 {
 
-bool fits(const fcodec_row &row, uint32_t record_size)
-{
-    return row.offset <= record_size && row.width <= record_size - row.offset;
-}
-
 bool is_usable_nested(const fcodec_table *t, const fcodec_row &row, uint32_t depth)
 {
     const fcodec_rule *const rule = rule_of(t, row.id);
     return rule != nullptr && rule->nested != nullptr && rule->nested->size == row.width &&
-           shape_of(rule->nested, depth + 1).usable;
+           depth < max_depth && shape_of(rule->nested, depth + 1).usable;
 }
 
 // The length of a tail is a word, and is encoded before the tail.
@@ -73,11 +68,9 @@ const fcodec_rule *rule_of(const fcodec_table *t, uint32_t field_id)
     return nullptr;
 }
 
-Shape shape_of(const fcodec_table *t, uint32_t depth)
+Shape special_shape_of(const fcodec_table *t, uint32_t depth)
 {
-    Shape shape;
-    if (depth > max_depth)
-        return shape;
+    Shape shape = {false, false, nullptr};
     const fcodec_row *row = first_row(t);
     for (uint32_t i = 0; i <= max_rows; ++i, ++row) {
         if (is_end(*row)) {

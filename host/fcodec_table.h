@@ -53,6 +53,12 @@ inline void copy_value(uint8_t *to, const uint8_t *from, uint32_t size)
         std::memcpy(to, from, size);
 }
 
+// Whether a field's value comes from its copy routine.
+inline bool has_routines(const fcodec_row &row)
+{
+    return row.kind == FCODEC_KIND_STRING && row.copy != nullptr;
+}
+
 // The rule of a field; null when it has none.
 const fcodec_rule *rule_of(const fcodec_table *t, uint32_t field_id);
 
@@ -67,11 +73,32 @@ inline bool is_tail(const fcodec_rule *rule)
     return rule != nullptr && rule->tail_length_id != FCODEC_NO_TAIL;
 }
 
-// Whether a table can be used, and the rule of its tail if it has one.
+inline bool fits(const fcodec_row &row, uint32_t record_size)
+{
+    return row.offset <= record_size && row.width <= record_size - row.offset;
+}
+
+// Whether a table can be used, whether it has plain rows only, and the rule of its tail if it has one.
 struct Shape {
     bool usable = false;
+    bool plain = true;
     const fcodec_rule *tail = nullptr;
 };
-Shape shape_of(const fcodec_table *t, uint32_t depth = 1);
+Shape special_shape_of(const fcodec_table *t, uint32_t depth);
+
+// Most tables have plain rows only, and are looked at in line.
+inline Shape shape_of(const fcodec_table *t, uint32_t depth = 1)
+{
+    const fcodec_row *row = first_row(t);
+    for (uint32_t i = 0; i <= max_rows; ++i, ++row) {
+        if (is_end(*row))
+            return {true, true, nullptr};
+        if (row->kind != FCODEC_KIND_PLAIN)
+            return special_shape_of(t, depth);
+        if (!fits(*row, t->size))
+            break;
+    }
+    return {};
+}
 
 } // namespace kov_codec

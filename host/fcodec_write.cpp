@@ -16,9 +16,11 @@ uint64_t stream_size(const fcodec_table *t, const uint8_t *record);
 
 uint64_t value_size(const fcodec_table *t, const fcodec_row &row, const uint8_t *record)
 {
+    if (row.kind == FCODEC_KIND_PLAIN)
+        return row.width;
     if (row.kind == FCODEC_KIND_NESTED)
         return stream_size(nested_table(t, row), record + row.offset);
-    return row.copy != nullptr ? row.data_size(record) : row.width;
+    return has_routines(row) ? row.data_size(record) : row.width;
 }
 
 uint64_t stream_size(const fcodec_table *t, const uint8_t *record)
@@ -49,7 +51,7 @@ public:
         for (const fcodec_row *row = first_row(t); code == FCODEC_OK && !is_end(*row); ++row)
             if (row->kind == FCODEC_KIND_NESTED)
                 code = collect(nested_table(t, *row), record + row->offset);
-            else if (row->copy != nullptr)
+            else if (has_routines(*row))
                 code = take(t, *row, record);
         return code;
     }
@@ -119,7 +121,7 @@ uint8_t *write_stream(uint8_t *to, const fcodec_table *t, const uint8_t *record,
         if (row->kind == FCODEC_KIND_NESTED)
             at = write_nested(at, t, *row, record, values);
         else
-            at = row->copy != nullptr ? values.write(at, row->id) : write_plain(at, *row, record);
+            at = has_routines(*row) ? values.write(at, row->id) : write_plain(at, *row, record);
     const StreamHeader header = {magic, static_cast<uint32_t>(at - to), t->size, fields};
     std::memcpy(to, &header, sizeof header);
     return at;
@@ -132,15 +134,19 @@ extern "C" {
 int fcodec_table_convert_struct_to_tlv(void *buf, uint32_t len, const fcodec_table *t, const void *rec,
                                        uint32_t, uint32_t, uint32_t)
 {
-    if (buf == nullptr || rec == nullptr || t == nullptr || !shape_of(t).usable)
+    if (buf == nullptr || rec == nullptr || t == nullptr)
+        return FCODEC_ARGUMENT;
+    const Shape shape = shape_of(t);
+    if (!shape.usable)
         return FCODEC_ARGUMENT;
     const auto *const record = static_cast<const uint8_t *>(rec);
     const uint64_t size = stream_size(t, record);
     if (size > max_stream_size || size > len)
         return FCODEC_TOO_SMALL;
     Values values;
-    if (const int code = values.collect(t, record); code != FCODEC_OK)
-        return code;
+    if (!shape.plain)
+        if (const int code = values.collect(t, record); code != FCODEC_OK)
+            return code;
     write_stream(static_cast<uint8_t *>(buf), t, record, values);
     return FCODEC_OK;
 }
