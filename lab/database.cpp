@@ -123,6 +123,8 @@ private:
         const Prefix prefix{vrf, network_of(family, stored.key.prefix)};
         if (family > 1)
             bad(stored, "a prefix in VRF " + vrf, "its family is " + std::to_string(family));
+        else if (prefix.network.length > (family == 0 ? 32 : 128))
+            bad(stored, text_of(prefix), "its length is too long");
         else if (!decode(stored, kov_ha_aggr_sub_pfx_to_struct, record, why))
             bad(stored, text_of(prefix), why);
         else if (network_of(family, record.prefix) != prefix.network)

@@ -169,6 +169,13 @@ Answer ask_address_event(const Arguments &arguments)
             yes_no(wanted)};
 }
 
+Answer ask_rt_conditional(const Arguments &arguments)
+{
+    const kov_rdb_aggr_sub_pfx_t record = record_of(arguments.address);
+    return {"kov_is_rt_conditional(" + arguments.vrf + ", " + network_text(arguments.address) + ")",
+            yes_no(kov_is_rt_conditional(arguments.vrf.c_str(), record.prefix, arguments.address.family))};
+}
+
 using FillList = std::uint32_t (*)(dbly_linkage **list);
 
 // "vlan10, vlan11 (2)", by interface index.
@@ -220,6 +227,7 @@ constexpr Query rows[] = {
     {"suppress-arp-svis",    {},                                       ask_suppressing_svis,     "those of them that suppress ARP"},
     {"address-event",        {Argument::interface, Argument::address}, ask_address_event,        "whether the server wants to hear of one"},
     {"ferro-capable",        {Argument::interface},                    ask_ferro_capable,        "whether an interface is an SVI", false},
+    {"rt-conditional",       {Argument::vrf, Argument::prefix},        ask_rt_conditional,       "whether an aggregate prefix holds a prefix"},
     {"port-tracking",        {Argument::port},                         ask_port_tracking,        "whether a port is tracked"},
     {"port-l2dci",           {Argument::port},                         ask_port_l2dci,           "whether a port leads to another data centre"},
 };
@@ -242,6 +250,10 @@ const char *argument_text(Argument argument)
         return " BD";
     case Argument::address:
         return " ADDRESS";
+    case Argument::vrf:
+        return " VRF";
+    case Argument::prefix:
+        return " PREFIX";
     case Argument::none:
         break;
     }
@@ -256,33 +268,49 @@ std::uint32_t interface_of_name(std::string_view name, std::string &why)
     return ifindex;
 }
 
-bool parse_argument(Argument kind, std::string_view word, std::uint32_t &number, Network &address,
-                    std::string &why)
+bool take(const std::optional<Network> &parsed, Network &out)
+{
+    out = parsed.value_or(Network{});
+    return parsed.has_value();
+}
+
+std::uint32_t family_of(std::string_view word, std::string &why)
+{
+    why = "the family is ipv4 or ipv6";
+    return word == "ipv4" ? 1 : word == "ipv6" ? 2 : 0;
+}
+
+// The argument of one of the kinds that are numbers.
+std::uint32_t parse_number_argument(Argument kind, std::string_view word, std::string &why)
+{
+    switch (kind) {
+    case Argument::family:
+        return family_of(word, why);
+    case Argument::port:
+        return port_of_name(word, why);
+    case Argument::interface:
+        return interface_of_name(word, why);
+    case Argument::bridge_domain:
+        return parse_number(word, 1, last_bridge_domain, why).value_or(0);
+    default:
+        return svi_of_name(word, why);
+    }
+}
+
+bool parse_argument(Argument kind, std::string_view word, std::size_t at, Arguments &out, std::string &why)
 {
     switch (kind) {
     case Argument::address:
-        if (const auto host = parse_host(word, why)) {
-            address = *host;
-            return true;
-        }
-        return false;
-    case Argument::family:
-        number = word == "ipv4" ? 1 : word == "ipv6" ? 2 : 0;
-        why = "the family is ipv4 or ipv6";
-        break;
-    case Argument::port:
-        number = port_of_name(word, why);
-        break;
-    case Argument::interface:
-        number = interface_of_name(word, why);
-        break;
-    case Argument::bridge_domain:
-        number = parse_number(word, 1, last_bridge_domain, why).value_or(0);
-        break;
+        return take(parse_host(word, why), out.address);
+    case Argument::prefix:
+        return take(parse_network(word, why), out.address);
+    case Argument::vrf:
+        out.vrf = word;
+        return true;
     default:
-        number = svi_of_name(word, why);
+        out.number[at] = parse_number_argument(kind, word, why);
+        return out.number[at] != 0;
     }
-    return number != 0;
 }
 
 } // namespace
@@ -313,7 +341,7 @@ bool parse_arguments(const Query &query, std::span<const char *const> words, Arg
         const bool given = taken < words.size();
         if (kind == Argument::none || (kind == Argument::svi_or_none && !given))
             break;
-        if (given && !parse_argument(kind, words[taken], out.number[taken], out.address, why))
+        if (given && !parse_argument(kind, words[taken], taken, out, why))
             return false;
         ++taken;
     }

@@ -13,7 +13,7 @@
 namespace kov_lab
 {
 
-enum class Argument { none, family, svi, svi_or_none, port, interface, bridge_domain, address };
+enum class Argument { none, family, svi, svi_or_none, port, interface, bridge_domain, address, vrf, prefix };
 
 struct Answer {
     std::string call; // "kov_get_fwd_mode(vlan10)"
@@ -23,7 +23,8 @@ struct Answer {
 // Checked: a family, interface indices (0: none given) and bridge domains are numbers.
 struct Arguments {
     std::array<std::uint32_t, 2> number{};
-    Network address; // with all its bits
+    std::string vrf;
+    Network address; // with all its bits, or a prefix
 };
 
 struct Query {

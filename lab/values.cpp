@@ -99,14 +99,6 @@ bool parse_prefix(int family, std::string_view text, std::uint32_t longest, void
     return true;
 }
 
-Network without_host_bits(const Network &given)
-{
-    Network network = given;
-    for (unsigned bit = given.length; bit < 8 * given.address.size(); ++bit)
-        network.address[bit / 8] &= static_cast<std::uint8_t>(~(0x80u >> bit % 8));
-    return network;
-}
-
 } // namespace
 
 const std::span<const Word> fwd_mode_words = fwd_mode_table;
@@ -290,6 +282,36 @@ std::string host_text(const Network &host)
 std::string network_text(const Network &network)
 {
     return host_text(network) + "/" + std::to_string(unsigned{network.length});
+}
+
+Network without_host_bits(const Network &given)
+{
+    Network network = given;
+    for (unsigned bit = given.length; bit < 8 * given.address.size(); ++bit)
+        network.address[bit / 8] &= static_cast<std::uint8_t>(~(0x80u >> bit % 8));
+    return network;
+}
+
+std::optional<Network> subnet_of(const kov_v4_prefix &prefix)
+{
+    Network network;
+    const std::uint32_t address = htonl(prefix.addr);
+    std::memcpy(network.address.data(), &address, sizeof address);
+    network.length = static_cast<std::uint8_t>(std::min<std::uint32_t>(prefix.len, 32));
+    if (prefix.addr == 0)
+        return std::nullopt;
+    return without_host_bits(network);
+}
+
+std::optional<Network> subnet_of(const kov_v6_prefix &prefix)
+{
+    Network network;
+    network.family = 1;
+    std::copy_n(prefix.addr, network.address.size(), network.address.begin());
+    network.length = std::min<std::uint8_t>(prefix.len, 128);
+    if (network.address == Network{}.address)
+        return std::nullopt;
+    return without_host_bits(network);
 }
 
 kov_rdb_aggr_sub_pfx_t record_of(const Network &network)

@@ -61,6 +61,11 @@ std::string network_text(const Network &network);
 std::string host_text(const Network &host);       // without the length
 std::uint32_t v4_address(const Network &network); // in host order
 
+Network without_host_bits(const Network &given);
+// The subnet of an SVI's address; nothing for an SVI without one.
+std::optional<Network> subnet_of(const kov_v4_prefix &prefix);
+std::optional<Network> subnet_of(const kov_v6_prefix &prefix);
+
 // The record of an aggregate prefix.
 kov_rdb_aggr_sub_pfx_t record_of(const Network &network);
 

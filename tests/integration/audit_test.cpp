@@ -39,6 +39,11 @@ protected:
         record.fwd_mode = mode;
         return record;
     }
+    static Prefix prefix(const char *vrf, const char *network)
+    {
+        std::string why;
+        return {vrf, parse_network(network, why).value()};
+    }
     static Scenario leaf_scenario()
     {
         Scenario scenario;
@@ -75,12 +80,12 @@ TEST_F(AuditOf, AFreshClientFindsNoDifferenceAndSaysWhatAFillPassesOver)
               "general information          1          1        0      0          0            0\n"
               "SVIs                        40         27        0      0          0            0\n"
               "port tracking                4          4        0      0          0            0\n"
-              "aggregate prefixes          60  not compared: no query shows cached prefixes\n"
+              "aggregate prefixes          60         60        0      0          0            0\n"
               "port L2DCI                   4          4        0      0          0            0\n"
               "topologies                  30         30        0      0          0            0\n"
               "SVIs: a fill passes over 6: forwards as Conditional Proxy Gateway, a mode that is not cached\n"
               "SVIs: a fill passes over 7: forwards as Standard, a mode that is not cached\n"
-              "no difference in what can be compared\n");
+              "no difference\n");
 }
 
 TEST_F(AuditOf, ReadsTheDatabaseOnceAndAsksTheCacheForTheRest)
@@ -212,6 +217,38 @@ TEST_F(AuditOf, TheControlSegmentsWholeRecordIsMissingOrExtraByItself)
         "1 record differs\n");
 }
 
+TEST_F(AuditOf, APrefixIsFoundMissingUnlessAnotherHoldsIt)
+{
+    serve();
+    client("arp");
+    change({put(prefix("red", "10.8.0.0/16")), put(prefix("red", "2001:db8:8::/48")),
+            put(prefix("production", "10.1.200.0/24"))}); // in production's 10.1.0.0/16
+    expect_findings("aggregate prefixes: 10.8.0.0/16 in VRF red is missing in the cache\n"
+                    "aggregate prefixes: 2001:db8:8::/48 in VRF red is missing in the cache\n"
+                    "2 records differ\n");
+}
+
+TEST_F(AuditOf, APrefixThatIsGoneIsFoundAroundAndBesideOthersAndWhereAnSviHasItsSubnet)
+{
+    serve();
+    client("arp");
+    ask("set prefix guest 10.3.0.0/16");
+    handled("arp", 1);
+    change({erase(prefix("guest", "10.2.0.0/16")),       // holds others
+            erase(prefix("production", "10.1.0.0/16")),  // holds the subnets of SVIs
+            erase(prefix("default", "192.0.2.128/25")),  // is held by another, and not seen
+            erase(prefix("default", "2001:db8:d::/48")), // stands beside no other
+            erase(prefix("guest", "10.3.0.0/16"))});     // stands beside none now
+    const std::string end = " is in the cache, and the database has nothing to cache there\n";
+    expect_findings("aggregate prefixes: 10.2.0.0/16 in VRF guest" + end +
+                    "aggregate prefixes: 10.1.0.0/16 in VRF production" + end + "2 records differ\n");
+    change({put(prefix("guest", "10.2.0.0/16")), erase(prefix("production", "2001:db8:1::/48")),
+            erase(prefix("production", "10.1.25.0/24"))});
+    expect_findings("aggregate prefixes: 10.3.0.0/16 in VRF guest" + end + // beside the one that is back
+                    "aggregate prefixes: 10.1.0.0/16 in VRF production" + end +
+                    "aggregate prefixes: 2001:db8:1::/48 in VRF production" + end + "3 records differ\n");
+}
+
 TEST_F(AuditOf, AGeneralRecordThatTheClientWasNotToldOfIsMissing)
 {
     serve(write("empty.json", "{}"));
@@ -235,7 +272,7 @@ TEST_F(AuditOf, AClientOfFewTypesComparesWhatItCaches)
         "14, 16 or 17\n"
         "SVIs                        40         27        0      0          0            0\n"
         "port tracking                4  not compared: the client did not register for type 10\n"
-        "aggregate prefixes          60  not compared: no query shows cached prefixes\n"
+        "aggregate prefixes          60  not compared: the client did not register for type 8\n"
         "port L2DCI                   4  not compared: the client did not register for type 20\n"
         "topologies                  30  not compared: the client did not register for type 19\n");
     const std::string segment = audit("segment").out;
@@ -254,6 +291,7 @@ TEST_F(AuditOf, TheJsonSaysTheSame)
 {
     serve();
     client("arp");
+    client("modes", "9");
     change({erase_svi(interface("vlan10")), put(svi("vlan999", 2)), put(svi("vlan11", 1)),
             undecodable(put(svi("vlan12", 2)))});
     const Result result = kovctl("audit --json -c arp");
@@ -275,8 +313,10 @@ TEST_F(AuditOf, TheJsonSaysTheSame)
     EXPECT_EQ(svis["passed_over"].size(), 13u);
     EXPECT_EQ(svis["passed_over"][0]["record"], "vlan26");
     EXPECT_EQ(svis["unseen"], json({"is_up", "vrf_name", "is_fabric_ctrl_seg", "svi_word10", "vaddr_bound"}));
-    EXPECT_EQ(report["records"][3]["compared"], false);
-    EXPECT_EQ(report["records"][3]["why_not"], "no query shows cached prefixes");
+    const Result few = kovctl("audit --json -c modes");
+    const json prefixes = json::parse(few.out)["records"][3];
+    EXPECT_EQ(prefixes["compared"], false);
+    EXPECT_EQ(prefixes["why_not"], "the client did not register for type 8");
 }
 
 TEST_F(AuditOf, AProcessThatNeverRegisteredIsACallAndFindsNothingCached)

@@ -239,6 +239,8 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"get address-event vlan10 ten",               2, "\"ten\" is not an address"},
         {"get address-event vlan10 10.0.0.0/8",        2, "\"10.0.0.0/8\" is not an address"},
         {"get ferro-capable bridge",                   2, "\"bridge\" is no interface, like vlan10, eth1/5 or po10"},
+        {"get rt-conditional red",                     2, "usage: get rt-conditional VRF PREFIX"},
+        {"get rt-conditional red 10.1.2.3/16",         2, "has host bits set; the prefix is 10.1.0.0/16"},
         {"get fabric-id 5",                            2, "usage: get fabric-id"},
         {"get conv-aging-timeout ipx",                 2, "the family is ipv4 or ipv6"},
         {"-c arp get speed",                           2, "usage: get QUERY"},

@@ -81,8 +81,12 @@ TEST_F(Change, AVrfIsInAClientsCacheAsLongAsOneOfItsPrefixesIs)
     client("arp");
     const auto traces = start("kovctl", {"-c", "arp", "debug", "on"});
     ASSERT_TRUE(traces->says("Ctrl-C ends"));
+    EXPECT_EQ(ask("-c arp get rt-conditional red 10.9.1.0/24"),
+              "kov_is_rt_conditional(red, 10.9.1.0/24) = no, from cache\n");
     ask("set prefix red 10.9.0.0/16");
     EXPECT_TRUE(traces->says(": VRF context red is added in cache\n"));
+    EXPECT_EQ(ask("-c arp get rt-conditional red 10.9.1.0/24"),
+              "kov_is_rt_conditional(red, 10.9.1.0/24) = yes, from cache\n");
     ask("set prefix red 2001:db8:9::/48");
     EXPECT_TRUE(traces->says(": (red) Added 2001:db8:9::/48 aggregate-subnet-pfx to Cache\n"));
     ask("del prefix red 10.9.0.0/16");
@@ -90,6 +94,8 @@ TEST_F(Change, AVrfIsInAClientsCacheAsLongAsOneOfItsPrefixesIs)
     ask("del prefix red 2001:db8:9::/48");
     EXPECT_TRUE(traces->says(": VRF context red is deleted from cache\n"));
     EXPECT_EQ(traces->stop().status, 0);
+    EXPECT_EQ(ask("-c arp get rt-conditional red 2001:db8:9:1::/64"),
+              "kov_is_rt_conditional(red, 2001:db8:9:1::/64) = no, from cache\n");
     const std::string told = traces->stop().out;
     EXPECT_LT(told.find("(red) refcount: 1"), told.find("VRF context red is deleted"));
     handled("arp", 4);

@@ -66,6 +66,7 @@ const Question questions[] = {
     {"address-event vlan10 2001:db8::5", "kov_check_am_should_notify(vlan10, 2001:db8::5) = yes", 1},
     {"address-event vlan10 fe80::5", "kov_check_am_should_notify(vlan10, fe80::5) = no", 1},
     {"address-event eth1/1 10.1.10.5", "kov_check_am_should_notify(eth1/1, 10.1.10.5) = no", 1},
+    {"rt-conditional red 10.1.0.0/16", "kov_is_rt_conditional(red, 10.1.0.0/16) = no", 1},
     {"port-tracking eth1/1",     "kov_get_port_tracking(eth1/1) = on", 1},
     {"port-tracking eth1/47",    "kov_get_port_tracking(eth1/47) = off", 1},
     {"port-tracking eth2/31",    "kov_get_port_tracking(eth2/31) = on", 1},
