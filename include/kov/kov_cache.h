@@ -44,6 +44,12 @@ KOV_EXPORT uint32_t kov_clear_cache_rdb_aggr_subnet_pfx(int32_t all, const void 
 KOV_EXPORT uint32_t kov_cache_rdb_l2rib_topo_info(int32_t all, const void *key);
 KOV_EXPORT uint32_t kov_clear_cache_rdb_l2rib_topo_info(int32_t all, const void *key);
 
+/* Prints the library's state and its caches to a command-line context (kov/platform/cli.h): a row a record
+ * type, or with the word "detail" everything that is cached, of the fields that the client registered for. It
+ * asks the pager after each record and lets other tasks run; what they change shows. The result of the last
+ * print; 0 when the pager says stop. Needs no initialised library. */
+KOV_EXPORT uint32_t kov_api_print_cache_stats(void *cli);
+
 KOV_END_DECLS
 
 #endif

@@ -26,7 +26,26 @@ public:
     const char *text() const { return bitfield_sprintf(bits_); }
 
 private:
+    friend class bit_lines;
     bitfield *bits_;
+};
+
+// The bits of a set as lines behind a prefix, for as long as their owner lives.
+class bit_lines
+{
+public:
+    bit_lines(const bit_set &set, const char *prefix) : text_(bitfield_sprintf_to_buffer(set.bits_, prefix))
+    {
+    }
+    ~bit_lines() { mtrack_free(text_); }
+    bit_lines(const bit_lines &) = delete;
+    bit_lines &operator=(const bit_lines &) = delete;
+
+    // Null when there was no memory for them.
+    const char *text() const { return text_; }
+
+private:
+    char *text_;
 };
 
 } // namespace kov
