@@ -2,8 +2,9 @@
 // keys with zeros behind. So each call works on one index, and the usual tree, keyed by 32-bit numbers, packs
 // key and length into one 64-bit word.
 //
-// Trees are never destroyed, and their owners forget them: the list of all trees keeps them reachable. An
-// emptied tree has given all its memory back but for this one block.
+// There is no call that destroys a tree: owners forget emptied ones. So a tree that loses its last element is
+// freed there and then, and its owner is left with one empty tree that all share. The next element gets a
+// tree of its own again. The list of all trees keeps those reachable that a process holds when it ends.
 #include "pt_index.h"
 #include "support.h"
 
@@ -12,7 +13,8 @@
 #include <bit>
 #include <compare>
 #include <cstring>
-#include <new>
+#include <memory>
+#include <utility>
 
 namespace
 {
@@ -89,9 +91,12 @@ struct pt_tree {
     PtIndex<NarrowKey> narrow;
     PtIndex<WideKey> wide;
     pt_tree *next_tree = nullptr;
+    pt_tree **link = nullptr; // what points at this one in the list
 
     bool add(const void *key, uint32_t key_bytes, uint32_t bits, void *data);
     bool erase(const void *key, uint32_t key_bytes, uint32_t bits);
+
+    bool empty() const { return narrow.size() == 0 && wide.size() == 0; }
 
 private:
     bool add_first_wide(const WideKey &key, void *data);
@@ -99,6 +104,25 @@ private:
 
 namespace
 {
+
+pt_tree emptied;
+
+void enlist(pt_tree *tree)
+{
+    tree->next_tree = all_trees;
+    tree->link = &all_trees;
+    if (all_trees != nullptr)
+        all_trees->link = &tree->next_tree;
+    all_trees = tree;
+}
+
+void discard(pt_tree *tree)
+{
+    *tree->link = tree->next_tree;
+    if (tree->next_tree != nullptr)
+        tree->next_tree->link = tree->link;
+    delete tree;
+}
 
 WideKey wide_key(const void *key, uint32_t key_bytes, uint32_t bits)
 {
@@ -169,12 +193,12 @@ int pt_add(pt_tree **tree, const void *key, uint32_t key_bytes, uint32_t bits, v
     if (tree == nullptr || data == nullptr || !is_key(key, key_bytes, bits))
         return 0;
     return guarded(0, [&] {
-        if (*tree != nullptr)
+        if (*tree != nullptr && *tree != &emptied)
             return (*tree)->add(key, key_bytes, bits, data) ? 1 : 0;
         auto fresh = std::make_unique<pt_tree>();
         fresh->add(key, key_bytes, bits, data);
-        fresh->next_tree = all_trees;
-        all_trees = *tree = fresh.release();
+        *tree = fresh.release();
+        enlist(*tree);
         return 1;
     });
 }
@@ -183,7 +207,11 @@ int pt_delete(pt_tree **tree, const void *key, uint32_t key_bytes, uint32_t bits
 {
     if (tree == nullptr || *tree == nullptr || !is_key(key, key_bytes, bits))
         return 0;
-    return (*tree)->erase(key, key_bytes, bits) ? 1 : 0;
+    if (!(*tree)->erase(key, key_bytes, bits))
+        return 0;
+    if ((*tree)->empty())
+        discard(std::exchange(*tree, &emptied));
+    return 1;
 }
 
 pt_node *pt_lookup(pt_tree *tree, const void *key, uint32_t bits)

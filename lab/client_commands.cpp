@@ -112,6 +112,28 @@ int run_status(void *cli, std::span<const char *const>)
     return done;
 }
 
+// The report reads the word "detail" itself.
+int run_show_cache(void *cli, std::span<const char *const> words)
+{
+    if (words.size() > 1 || (words.size() == 1 && std::string_view(words[0]) != "detail")) {
+        cli_cmd_printf(cli, "usage: show cache [detail]\n");
+        return misused;
+    }
+    kov_api_print_cache_stats(cli);
+    return done;
+}
+
+const char *yes_or_no(bool flag) { return flag ? "yes" : "no"; }
+
+int run_show_capability(void *cli, std::span<const char *const>)
+{
+    cli_cmd_printf(cli, "fabric forwarding: %s\n", yes_or_no(kov_test_fwd_supported() != 0));
+    cli_cmd_printf(cli, "host auto-configuration: %s\n", yes_or_no(kov_test_autoconfig_supported() != 0));
+    cli_cmd_printf(cli, "the card supports auto-configuration only: %s\n",
+                   yes_or_no(kov_is_platform_autoconf_only() != 0));
+    return done;
+}
+
 using Tell = bool (*)(std::span<const char *const> words, std::string &text);
 
 int run_tell(void *cli, std::span<const char *const> words, Tell tell)
@@ -145,6 +167,8 @@ struct Command {
 Command commands[] = {
     {"get",       "QUERY [ARGUMENT...]: ask the library; without a query, the list", run_get},
     {"audit",     "[json]: does the cache say what the database says?",           run_audit},
+    {"show cache",      "[detail]: the library's report of its state and its caches", run_show_cache},
+    {"show capability", "what the switch itself can do",                          run_show_capability},
     {"verify",    "VRF ADDRESS: ask the server to verify a host",                 run_verify},
     {"report",    "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]: tell what a probe showed", run_report},
     {"status",    "registration, messages and reads",                             run_status},

@@ -4,6 +4,8 @@
  *
  *   get QUERY [ARGUMENT...]   asks the library in this process; the answer says whether it came from the
  *                             cache or from the database, by what the host's read counters did meanwhile
+ *   show cache [detail]       the library's own report, paged on a terminal
+ *   show capability           what the switch itself can do
  *   verify VRF ADDRESS        asks the server to verify a host
  *   report ADDRESS INTERFACE  tells the server what a probe of a host showed
  *   status                    registration, messages and reads, one "name: value" each line

@@ -154,7 +154,7 @@ TEST_F(PrefixTreeMemory, LookupsWalksAndDeletesNeedNone)
     EXPECT_EQ(memory.asked, asked);
 }
 
-TEST_F(PrefixTreeMemory, AnEmptiedTreeHasGivenAllButItselfBack)
+TEST_F(PrefixTreeMemory, AnEmptiedTreeHasGivenAllBackAndCanBeFilledAgain)
 {
     const long before = memory.live;
     for (uint32_t i = 0; i < 5000; ++i)
@@ -164,7 +164,24 @@ TEST_F(PrefixTreeMemory, AnEmptiedTreeHasGivenAllButItselfBack)
         const uint32_t key = __builtin_bswap32(i);
         ASSERT_EQ(pt_delete(&tree, &key, 4, 32), 1);
     }
-    EXPECT_EQ(memory.live, before + 1);
+    EXPECT_EQ(memory.live, before);
+    ASSERT_NE(tree, nullptr);
+    EXPECT_TRUE(keys().empty());
+    EXPECT_EQ(add_wide(1), 1);
+    EXPECT_EQ(keys().size(), 1u);
+}
+
+// Whoever forgets an emptied tree loses nothing.
+TEST_F(PrefixTreeMemory, AThousandEmptiedAndForgottenTreesCostNothing)
+{
+    const long before = memory.live;
+    for (uint32_t i = 0; i < 1000; ++i) {
+        tree = nullptr;
+        const uint32_t key = 0;
+        ASSERT_EQ(add(0), 1);
+        ASSERT_EQ(pt_delete(&tree, &key, 4, 32), 1);
+    }
+    EXPECT_EQ(memory.live, before);
 }
 
 TEST_F(PrefixTreeMemory, ATreeThatShrinksKeepsFewBlocks)

@@ -124,14 +124,26 @@ TEST_F(PrefixTreeTest, DeleteTakesOutExactlyTheKeyAndFreesNoData)
 TEST_F(PrefixTreeTest, AnEmptiedTreeStaysAndTakesKeysAgain)
 {
     ASSERT_TRUE(tree.add(v4(1, 1, 1, 1), &a));
-    pt_tree *const before = tree.tree;
     ASSERT_TRUE(tree.remove(v4(1, 1, 1, 1)));
-    EXPECT_EQ(tree.tree, before);
+    EXPECT_NE(tree.tree, nullptr);
     EXPECT_FALSE(tree.first());
     EXPECT_FALSE(tree.above(v4(0, 0, 0, 0, 0)));
     EXPECT_FALSE(tree.remove(v4(1, 1, 1, 1)));
     ASSERT_TRUE(tree.add(v4(2, 2, 2, 2), &b));
-    EXPECT_EQ(tree.tree, before);
+    EXPECT_EQ(tree.at(v4(2, 2, 2, 2)), &b);
+}
+
+TEST_F(PrefixTreeTest, TwoEmptiedTreesGrowApart)
+{
+    PrefixTree other;
+    for (PrefixTree *each : {&tree, &other}) {
+        ASSERT_TRUE(each->add(v4(1, 1, 1, 1), &a));
+        ASSERT_TRUE(each->remove(v4(1, 1, 1, 1)));
+    }
+    ASSERT_TRUE(tree.add(v4(2, 2, 2, 2), &b));
+    EXPECT_EQ(other.at(v4(2, 2, 2, 2)), nullptr);
+    EXPECT_FALSE(other.first());
+    ASSERT_TRUE(other.add(v4(2, 2, 2, 2), &a));
     EXPECT_EQ(tree.at(v4(2, 2, 2, 2)), &b);
 }
 

@@ -13,9 +13,11 @@
  *
  * Ownership: the data is the caller's, never null, and the tree only keeps the pointer. A node belongs to the
  * tree and holds until the next pt_add or pt_delete on that tree, also one that fails. A tree comes into
- * being with its first add and is never destroyed: emptied, it stays where it is and takes keys again. A null
- * tree has nothing in it; any other null pointer is refused or finds nothing. Key bytes may stand at any
- * alignment. Nothing is thrown.
+ * being with its first add and is never destroyed by its owner, who forgets it when it is empty: a platform
+ * may then have freed it. `*tree` of an emptied tree is not null and takes keys again; pt_add and pt_delete
+ * may change it, so an owner keeps one copy of the pointer and reads it anew. A null tree has nothing in it;
+ * any other null pointer is refused or finds nothing. Key bytes may stand at any alignment. Nothing is
+ * thrown.
  */
 #ifndef KOV_PLATFORM_PT_H
 #define KOV_PLATFORM_PT_H
