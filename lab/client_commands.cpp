@@ -4,6 +4,7 @@
 #include "database.h"
 #include "host_commands.h"
 #include "messages.h"
+#include "profile_commands.h"
 #include "queries.h"
 
 #include <kov/kov_api.h>
@@ -136,16 +137,14 @@ int run_show_capability(void *cli, std::span<const char *const>)
 
 using Tell = bool (*)(std::span<const char *const> words, std::string &text);
 
-int run_tell(void *cli, std::span<const char *const> words, Tell tell)
+template <Tell tell>
+int run_tell(void *cli, std::span<const char *const> words)
 {
     std::string text;
-    const bool sent = tell(words, text);
+    const bool good = tell(words, text);
     cli_cmd_printf(cli, "%s\n", text.c_str());
-    return sent ? done : text.starts_with("usage") ? misused : refused;
+    return good ? done : text.starts_with("usage") ? misused : refused;
 }
-
-int run_verify(void *cli, std::span<const char *const> words) { return run_tell(cli, words, verify_host); }
-int run_report(void *cli, std::span<const char *const> words) { return run_tell(cli, words, report_host); }
 
 int run_debug_on(void *cli, std::span<const char *const>)
 {
@@ -169,8 +168,11 @@ Command commands[] = {
     {"audit",     "[json]: does the cache say what the database says?",           run_audit},
     {"show cache",      "[detail]: the library's report of its state and its caches", run_show_cache},
     {"show capability", "what the switch itself can do",                          run_show_capability},
-    {"verify",    "VRF ADDRESS: ask the server to verify a host",                 run_verify},
-    {"report",    "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]: tell what a probe showed", run_report},
+    {"verify",    "VRF ADDRESS: ask the server to verify a host",                 run_tell<verify_host>},
+    {"report",    "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]: tell what a probe showed", run_tell<report_host>},
+    {"profile add", "HOST [OPTION=VALUE...]: ask the server to apply a host's profile", run_tell<add_profile>},
+    {"profile del", "HOST: ask the server to remove a host's profile",            run_tell<del_profile>},
+    {"profile check", "HOST: ask the server to check a host's profile",           run_tell<check_profile>},
     {"status",    "registration, messages and reads",                             run_status},
     {"debug on",  "the library's traces on this terminal",                        run_debug_on},
     {"debug off", "no more traces",                                               run_debug_off},

@@ -8,6 +8,7 @@
  *   show capability           what the switch itself can do
  *   verify VRF ADDRESS        asks the server to verify a host
  *   report ADDRESS INTERFACE  tells the server what a probe of a host showed
+ *   profile add|del|check     asks the server about the profile of a host; the answer is for the callbacks
  *   status                    registration, messages and reads, one "name: value" each line
  *   debug on | debug off      the library's traces on the terminal that asks
  *
@@ -18,6 +19,7 @@
 #define KOV_LAB_CLIENT_COMMANDS_H
 
 #include <kov/kov_messages.h>
+#include <kov/kov_profile.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -44,6 +46,11 @@ const char *kov_lab_message_text(const kov_client_msg *msg);
  * of its SVIs, the bits of its ports, the general information; "" for a message about anything else. Asking
  * counts as any question does. Holds until the next call. */
 const char *kov_lab_answers_text(const kov_client_msg *msg);
+
+/* What a profile callback is told, as one line: "add of 10.1.2.3 (reference 1): No Error, VNI 5000". The
+ * arguments are the callback's own. Holds until the next call. */
+const char *kov_lab_profile_text(uint32_t code, uint32_t op, uint32_t host_ref, uint32_t key_len,
+                                 const uint8_t *key_data, const kov_profile_reply *reply);
 
 /* The queries of "get", a line each, for a help text. */
 const char *kov_lab_query_help(void);

@@ -28,6 +28,29 @@ static void handler(const kov_client_msg *msg)
     printf("%s\n%s", kov_lab_message_text(msg), kov_lab_answers_text(msg));
 }
 
+/* The library's callbacks about one host, which "profile add" on this process's command line has named: the
+ * server has answered; it wants to know whether the host is still there; the host's profile has to go. */
+static uint32_t on_answer(uint32_t code, uint32_t op, uint32_t ref, uint32_t key_len, const uint8_t *key,
+                          const kov_profile_reply *reply, const kov_profile_options_t *options)
+{
+    (void)options;
+    return printf("answered: %s\n", kov_lab_profile_text(code, op, ref, key_len, key, reply)) > 0;
+}
+
+static uint32_t on_check(uint32_t code, uint32_t op, uint32_t ref, uint32_t key_len, const uint8_t *key,
+                         const kov_profile_reply *reply, const kov_profile_options_t *options)
+{
+    (void)options;
+    return printf("check this: %s\n", kov_lab_profile_text(code, op, ref, key_len, key, reply)) > 0;
+}
+
+static uint32_t on_clear(uint32_t code, uint32_t op, uint32_t ref, uint32_t key_len, const uint8_t *key,
+                         const kov_profile_reply *reply, const kov_profile_options_t *options)
+{
+    (void)options;
+    return printf("clear this: %s\n", kov_lab_profile_text(code, op, ref, key_len, key, reply)) > 0;
+}
+
 /* The host's callback: every message that arrives goes to the library. The server's acknowledgement completes
  * the registration and fills the cache; everything else reaches handler(). */
 static void on_message(const ipc_message *msg, void *arg)
@@ -74,8 +97,10 @@ static void on_server(uint32_t sap, int present, void *arg)
 /* Attached: registers, and serves until told to stop. */
 static int run(void)
 {
+    static const kov_profile_callbacks hosts = {on_answer, on_check, on_clear};
     int status;
     kov_host_on_message(on_message, NULL);
+    kov_profile_register_callback(&hosts);
     kov_host_stop_on_signals();
     if (!ask_server())
         return fail("the server does not answer: start one with kovd");

@@ -44,10 +44,12 @@ constexpr CommandHelp remote_commands[] = {
     {"set",    "RECORD FIELD=VALUE...",        "change what the server publishes; as=TYPE picks the message"},
     {"del",    "RECORD",                       "remove a record"},
     {"show",   "RECORD",                       "the fields of a record; of a client: what it offers"},
-    {"list",   "svis|topologies|ports|prefixes|clients", "what is published, who is registered"},
+    {"list",   "svis|topologies|ports|prefixes|profiles|clients", "what is published, who is registered"},
     {"status", "",                             "of the server, or of the client"},
     {"verify", "VRF ADDRESS",                  "have a client ask the server to verify a host"},
     {"report", "ADDRESS INTERFACE [vlan=N]...", "have a client tell what a probe of a host showed"},
+    {"profile", "add|del|check HOST [OPTION=VALUE...]",
+     "have a client ask about a host's profile; of the server: reply CODE, check|clear CLIENT HOST"},
     {"inject", "CLIENT|SAP HEX [OPCODE]",      "have the server send raw bytes"},
 };
 // clang-format on
@@ -66,6 +68,7 @@ void describe(CLI::App &app, Options &options)
     app.add_option("-d,--dir", options.dir, "runtime directory ($KOV_HOST_DIR, or the user's own)");
     app.add_option("-c,--client", options.client, "run the command inside this client process");
     app.allow_extras();
+    app.require_subcommand(0, 1); // further names of commands are words: "profile del"
     app.footer("RECORD is geninfo, svi NAME, topology BD, port NAME or prefix VRF ADDRESS/LENGTH.\n"
                "With -c NAME and no command, reads commands from the standard input.\n"
                "Exit codes: 0 done, 1 refused or unreachable, 2 used wrongly.");

@@ -1,5 +1,6 @@
 // kovd: the lab's server. Publishes a scenario, acknowledges registrations, tells clients of changes.
 #include "log.h"
+#include "profiles.h"
 #include "scenario.h"
 #include "server_commands.h"
 
@@ -33,7 +34,7 @@ void describe(CLI::App &app, Options &options)
 {
     app.add_option("-d,--dir", options.dir, "runtime directory ($KOV_HOST_DIR, or the user's own)");
     app.add_option("-s,--scenario", options.scenario, "JSON file with what to publish")->required();
-    app.add_flag("--replace", options.replace, "publish anew when the database file is damaged");
+    app.add_flag("--replace", options.replace, "begin anew with a database file that is damaged");
     app.add_flag("-v,--verbose", options.verbose, "tell each frame that comes in, on the error output");
     app.footer("Ends on Ctrl-C or SIGTERM. Change what it publishes with kovctl.");
 }
@@ -60,7 +61,10 @@ int serve(const Scenario &scenario, bool replace)
     auto publisher = Publisher::open(kov_host_dir(), replace, why);
     if (!publisher || !publisher->publish(scenario, why))
         return complain(why);
-    Server server(std::move(publisher));
+    auto profiles = Profiles::open(kov_host_dir(), replace, why);
+    if (!profiles)
+        return complain(why);
+    Server server(std::move(publisher), std::move(profiles));
     add_server_commands(server);
     kov_host_on_message(on_message, &server);
     kov_host_stop_on_signals();

@@ -1,5 +1,7 @@
 #include "messages.h"
 
+#include "profile_messages.h"
+
 #include <kov/kov_debug.h>
 #include <kov/kov_enums.h>
 
@@ -204,15 +206,6 @@ constexpr FrameRow frame_rows[] = {
 };
 // clang-format on
 
-// The request of a profile: 164 bytes like a registration's, then the key's count and length and the key.
-constexpr std::size_t profile_key_at = 172;
-
-bool is_profile_request(std::uint32_t opcode, std::span<const std::uint8_t> payload)
-{
-    return opcode == KOV_OPC_CLIENT && payload.size() >= profile_key_at &&
-           record_at<std::uint16_t>(payload.data() + 2) == KOV_MTYPE_PROFILE_MGMT;
-}
-
 std::string unknown_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
 {
     char text[64];
@@ -265,13 +258,14 @@ std::optional<std::uint32_t> parse_mask(std::string_view text, std::string &why)
     }
 }
 
+// A type without a size of its records has one or none.
 Bytes make_message(std::uint32_t mtype, std::span<const std::uint8_t> records)
 {
     kov_client_msg header{};
     const std::uint32_t size = kov_get_clients_msg_data_sz(static_cast<std::int32_t>(mtype));
     header.major = KOV_MSG_MAJOR;
     header.mtype = static_cast<std::uint16_t>(mtype);
-    header.count = size == 0 ? 0 : static_cast<std::uint32_t>(records.size()) / size;
+    header.count = size != 0 ? static_cast<std::uint32_t>(records.size()) / size : records.empty() ? 0 : 1;
     header.length = static_cast<std::uint32_t>(sizeof header + records.size());
     Bytes message;
     append(message, header);
@@ -372,7 +366,9 @@ std::string describe_message(const kov_client_msg &msg)
 std::string describe_sent(Bytes message)
 {
     kov_clients_msg_convert_ntoh(message.data());
-    return describe_message(*reinterpret_cast<const kov_client_msg *>(message.data()));
+    const auto &header = *reinterpret_cast<const kov_client_msg *>(message.data());
+    const bool profile = header.mtype == KOV_MTYPE_PROFILE_MGMT;
+    return describe_message(header) + (profile ? ": " + describe_profile_answer(message) : "");
 }
 
 std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
@@ -381,7 +377,7 @@ std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> p
         if (row.opcode == opcode && row.size == payload.size())
             return row.describe(payload.data());
     if (is_profile_request(opcode, payload))
-        return "profile request, key of " + number(payload.data() + 168) + " bytes";
+        return describe_profile_request(payload);
     return unknown_frame(opcode, payload);
 }
 

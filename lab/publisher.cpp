@@ -1,5 +1,7 @@
 #include "publisher.h"
 
+#include "store.h"
+
 #include <kov/kov_codec.h>
 
 #include <algorithm>
@@ -26,23 +28,6 @@ kov_rdb_key key_of(const Prefix &prefix)
     key.family = prefix.network.family;
     std::memcpy(key.prefix, record_of(prefix.network).prefix, sizeof key.prefix);
     return key;
-}
-
-kov_host::RdbKey bytes_of(const kov_rdb_key &key)
-{
-    static_assert(sizeof key == kov_host::rdb_key_size);
-    return kov_host::RdbKey{reinterpret_cast<const std::uint8_t *>(&key), sizeof key};
-}
-
-// The record in its stored form; empty, which the database refuses, when it cannot be encoded.
-template <typename Record>
-Bytes encode(const Record &record, std::uint32_t (*size_of)(const Record *),
-             std::uint32_t (*to_tlv)(const Record *, void *, std::uint32_t, std::uint32_t))
-{
-    Bytes tlv(size_of(&record));
-    if (tlv.empty() || to_tlv(&record, tlv.data(), static_cast<std::uint32_t>(tlv.size()), 0) != 1)
-        return {};
-    return tlv;
 }
 
 std::optional<Bytes> encode_slot(const SlotPorts &ports)
@@ -157,15 +142,7 @@ Edit erase(const Prefix &prefix)
 
 std::unique_ptr<Publisher> Publisher::open(const std::string &dir, bool replace, std::string &why)
 {
-    const std::string path = dir + "/kov_rdb_info";
-    const kov_host::RdbState state = kov_host::rdb_inspect(path, why);
-    if (state == kov_host::RdbState::damaged && !replace) {
-        why = "the database is damaged: " + why + "; start with --replace to have it published anew";
-        return nullptr;
-    }
-    if (state == kov_host::RdbState::damaged && !kov_host::rdb_remove(path, why))
-        return nullptr;
-    auto store = kov_host::RdbStore::open(path, why);
+    auto store = open_store(dir + "/kov_rdb_info", replace, "published anew", why);
     return store ? std::unique_ptr<Publisher>(new Publisher(std::move(store))) : nullptr;
 }
 

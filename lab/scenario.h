@@ -57,6 +57,7 @@ struct Scenario {
     Slots l2dci;
     std::set<Prefix> prefixes;
     Topologies topologies;
+    std::uint32_t profile_code = 1; // what requests about profiles are answered with
 
     bool knows_vrf(std::string_view name) const;
     // The interface index of a port that the switch has; 0 with `why` for every other text.
@@ -69,6 +70,7 @@ struct Scenario {
 };
 
 constexpr std::uint32_t last_bridge_domain = 65535;
+constexpr std::uint32_t last_profile_code = 48;
 
 bool is_empty(const SlotPorts &slot);
 

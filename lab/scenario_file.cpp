@@ -41,6 +41,7 @@ private:
     void load_topologies(const json &list, const std::string &pointer);
     void load_ports(const json &list, const std::string &pointer);
     void load_prefixes(const json &list, const std::string &pointer);
+    void load_profiles(const json &object, const std::string &pointer);
 
     void load_vrf(const json &value, const std::string &pointer);
     void load_card(const json &object, const std::string &pointer);
@@ -70,6 +71,7 @@ const Loader::Section Loader::sections[] = {
     {"topologies", &Loader::load_topologies},
     {"ports", &Loader::load_ports},
     {"prefixes", &Loader::load_prefixes},
+    {"profiles", &Loader::load_profiles},
 };
 
 std::string Loader::names()
@@ -303,6 +305,17 @@ void Loader::load_prefix(const std::string &vrf, const json &value, const std::s
         in_.mistake(pointer, why);
     else if (network && in_.is_first(network_text(*network) + " in VRF " + vrf, pointer))
         out_.prefixes.insert({vrf, *network});
+}
+
+void Loader::load_profiles(const json &object, const std::string &pointer)
+{
+    if (!in_.expect(object, pointer, json::value_t::object, "an object"))
+        return;
+    in_.expect_only(object, pointer, {"reply"});
+    const json *reply = in_.member(object, pointer, "reply", "the result of requests");
+    const auto code =
+        reply == nullptr ? std::nullopt : in_.number(*reply, pointer + "/reply", 1, last_profile_code);
+    out_.profile_code = code.value_or(out_.profile_code);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "server.h"
 
 #include "log.h"
+#include "profile_messages.h"
 #include "values.h"
 
 #include <kov_host.h>
@@ -48,14 +49,18 @@ std::span<const std::uint8_t> payload_of(const ipc_message *msg)
 void Server::receive(const ipc_message *msg)
 {
     ++frames_received_;
+    const auto payload = payload_of(msg);
     log_frame("from SAP %u (pid %d): %s", kov_host_message_sap(msg), kov_host_message_pid(msg),
-              describe_frame(ipc_opc_get(msg), payload_of(msg)).c_str());
-    if (!is_registration(msg))
+              describe_frame(ipc_opc_get(msg), payload).c_str());
+    const bool profile = is_profile_request(ipc_opc_get(msg), payload);
+    if (!profile && !is_registration(msg))
         return; // notifications: the log is all that this server does with them
     kov_registration_request request;
-    std::memcpy(&request, ipc_payload_get(msg), sizeof request);
+    std::memcpy(&request, payload.data(), sizeof request);
     if (request.major != KOV_MSG_MAJOR)
         refuse(msg, "version " + std::to_string(request.major) + " is not 53");
+    else if (profile)
+        take_profile_request(msg, payload);
     else if (request.mtype == KOV_MTYPE_REGISTER)
         take_registration(msg, request);
     else if (request.mtype == KOV_MTYPE_DEREGISTER)

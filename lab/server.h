@@ -6,6 +6,7 @@
 #pragma once
 
 #include "clients.h"
+#include "profiles.h"
 #include "publisher.h"
 #include "settings.h"
 
@@ -23,7 +24,11 @@ namespace kov_lab
 class Server
 {
 public:
-    explicit Server(std::unique_ptr<Publisher> publisher) : publisher_(std::move(publisher)) {}
+    Server(std::unique_ptr<Publisher> publisher, std::unique_ptr<Profiles> profiles)
+        : publisher_(std::move(publisher)), profiles_(std::move(profiles)),
+          profile_code_(published().profile_code)
+    {
+    }
 
     void receive(const ipc_message *msg);
 
@@ -40,10 +45,17 @@ public:
     bool del_port(std::string_view name, std::string &text);
     bool del_prefix(std::string_view vrf, std::string_view network, std::string &text);
 
+    // Has a client check a host that it has a profile for, or clear it, and then forgets the host.
+    bool check_host(std::string_view client, std::string_view host, std::string &text);
+    bool clear_host(std::string_view client, std::string_view host, std::string &text);
+    // What requests about profiles are answered with from now on.
+    bool set_profile_code(std::string_view code, std::string &text);
+
     // Sends the bytes as they are, to a client's name or to any access point. False: `text` says why.
     bool inject(std::string_view target, std::string_view hex, std::uint32_t opcode, std::string &text);
 
     const Scenario &published() const { return publisher_->state(); }
+    const HostProfiles &profiles() const { return profiles_->all(); }
     const Clients &clients() const { return clients_; }
     std::uint64_t frames_received() const { return frames_received_; }
     std::uint64_t frames_refused() const { return frames_refused_; }
@@ -51,6 +63,13 @@ public:
 private:
     void take_registration(const ipc_message *msg, const kov_registration_request &request);
     void take_deregistration(const ipc_message *msg, const kov_registration_request &request);
+    void take_profile_request(const ipc_message *msg, std::span<const std::uint8_t> payload);
+    void answer_request(const Client &client, const kov_uhost_key_t &key);
+    bool carry_out(const std::string &client, const kov_uhost_key_t &key, std::string &why);
+    kov_profile_reply reply_about(const std::string &client, const kov_uhost_key_t &key,
+                                  std::uint32_t code) const;
+    bool tell_host(std::string_view client, std::string_view host, kov_profile_op op, std::uint32_t code,
+                   std::string &text);
     void refuse(const ipc_message *msg, const std::string &why);
     bool believable(const ipc_message *msg, const kov_registration_request &request);
     // "; told 2 clients by type 9"
@@ -68,6 +87,8 @@ private:
                      std::string &text);
 
     std::unique_ptr<Publisher> publisher_;
+    std::unique_ptr<Profiles> profiles_;
+    std::uint32_t profile_code_;
     Clients clients_;
     std::uint64_t frames_received_ = 0;
     std::uint64_t frames_refused_ = 0;

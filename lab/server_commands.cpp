@@ -31,7 +31,7 @@ constexpr std::size_t any_number = ~std::size_t{};
 
 using SetNamed = bool (Server::*)(std::string_view name, Settings settings, std::string &text);
 using OfNamed = bool (Server::*)(std::string_view name, std::string &text);
-using OfPrefix = bool (Server::*)(std::string_view vrf, std::string_view network, std::string &text);
+using OfTwo = bool (Server::*)(std::string_view first, std::string_view second, std::string &text);
 
 int set_named(Server &server, void *cli, const Words &words, SetNamed set, const Form &form)
 {
@@ -47,7 +47,7 @@ int of_named(Server &server, void *cli, const Words &words, OfNamed del, const F
     return form.fits(words) ? answer(cli, (server.*del)(words[0], text), text) : usage(cli, form.usage);
 }
 
-int of_prefix(Server &server, void *cli, const Words &words, OfPrefix run, const Form &form)
+int of_two(Server &server, void *cli, const Words &words, OfTwo run, const Form &form)
 {
     std::string text;
     return form.fits(words) ? answer(cli, (server.*run)(words[0], words[1], text), text)
@@ -82,7 +82,7 @@ int run_set_port(Server &server, void *cli, const Words &words)
 
 int run_set_prefix(Server &server, void *cli, const Words &words)
 {
-    return of_prefix(server, cli, words, &Server::set_prefix, {2, 2, "set prefix VRF ADDRESS/LENGTH"});
+    return of_two(server, cli, words, &Server::set_prefix, {2, 2, "set prefix VRF ADDRESS/LENGTH"});
 }
 
 int run_del_geninfo(Server &server, void *cli, const Words &words)
@@ -110,7 +110,22 @@ int run_del_port(Server &server, void *cli, const Words &words)
 
 int run_del_prefix(Server &server, void *cli, const Words &words)
 {
-    return of_prefix(server, cli, words, &Server::del_prefix, {2, 2, "del prefix VRF ADDRESS/LENGTH"});
+    return of_two(server, cli, words, &Server::del_prefix, {2, 2, "del prefix VRF ADDRESS/LENGTH"});
+}
+
+int run_profile_reply(Server &server, void *cli, const Words &words)
+{
+    return of_named(server, cli, words, &Server::set_profile_code, {1, 1, "profile reply CODE"});
+}
+
+int run_profile_check(Server &server, void *cli, const Words &words)
+{
+    return of_two(server, cli, words, &Server::check_host, {2, 2, "profile check CLIENT HOST"});
+}
+
+int run_profile_clear(Server &server, void *cli, const Words &words)
+{
+    return of_two(server, cli, words, &Server::clear_host, {2, 2, "profile clear CLIENT HOST"});
 }
 
 int run_inject(Server &server, void *cli, const Words &words)
@@ -137,6 +152,7 @@ int run_status(Server &server, void *cli, const Words & /*words*/)
     cli_cmd_printf(cli, "slots with tracked ports: %zu\n", server.published().tracking.size());
     cli_cmd_printf(cli, "slots with l2dci ports: %zu\n", server.published().l2dci.size());
     cli_cmd_printf(cli, "prefixes: %zu\n", server.published().prefixes.size());
+    cli_cmd_printf(cli, "profiles: %zu\n", server.profiles().size());
     cli_cmd_printf(cli, "clients: %zu\n", server.clients().all().size());
     cli_cmd_printf(cli, "frames received: %" PRIu64 "\n", server.frames_received());
     cli_cmd_printf(cli, "frames refused: %" PRIu64 "\n", server.frames_refused());
@@ -179,11 +195,15 @@ constexpr Row rows[] = {
     {"list topologies", "the published topologies",                                                   run_list_topologies},
     {"list ports",      "the switch's ports that are in a published record",                          run_list_ports},
     {"list prefixes",   "the published aggregate prefixes",                                           run_list_prefixes},
+    {"list profiles",   "the hosts whose profile was applied",                                        run_list_profiles},
     {"list clients",    "who is registered, and for which types",                                     run_list_clients},
     {"show geninfo",    "the published general information",                                          run_show_geninfo},
     {"show svi",        "NAME: what is published of an SVI",                                          run_show_svi},
     {"show topology",   "BD: what is published of a bridge domain",                                   run_show_topology},
     {"show port",       "NAME: what is published of a port",                                          run_show_port},
+    {"profile reply",   "CODE: what requests about profiles are answered with, 1 for good",           run_profile_reply},
+    {"profile check",   "CLIENT HOST: have a client check the profile of a host",                     run_profile_check},
+    {"profile clear",   "CLIENT HOST: have a client clear the profile of a host, and forget it",      run_profile_clear},
     {"status",          "the server's state and counters",                                            run_status},
     {"debug on",        "each frame that comes in or goes out, on this terminal",                     run_debug_on},
     {"debug off",       "no more frames",                                                             run_debug_off},

@@ -1,5 +1,8 @@
 #include "server_views.h"
 
+#include "profile_messages.h"
+#include "profile_options.h"
+
 #include <kov/kov_enums.h>
 #include <kov/platform/cli.h>
 #include <kov_host.h>
@@ -98,6 +101,16 @@ int run_list_prefixes(Server &server, void *cli, const Words & /*words*/)
     cli_cmd_printf(cli, "%-32s %s\n", "VRF", "Prefix");
     return print_list(cli, server.published().prefixes, [cli](const Prefix &prefix) {
         cli_cmd_printf(cli, "%-32s %s\n", prefix.vrf.c_str(), network_text(prefix.network).c_str());
+    });
+}
+
+int run_list_profiles(Server &server, void *cli, const Words & /*words*/)
+{
+    cli_cmd_printf(cli, "%-24s %-24s %-9s %s\n", "Client", "Host", "Reference", "Profile");
+    return print_list(cli, server.profiles(), [cli](const auto &entry) {
+        const kov_uhost_key_t &key = entry.second.key;
+        cli_cmd_printf(cli, "%-24s %-24s %-9u %s\n", entry.first.client.c_str(), host_name(key).c_str(),
+                       key.host_ref, options_text(key.options).c_str());
     });
 }
 

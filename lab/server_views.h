@@ -24,6 +24,7 @@ int run_list_svis(Server &server, void *cli, const Words &words);
 int run_list_topologies(Server &server, void *cli, const Words &words);
 int run_list_ports(Server &server, void *cli, const Words &words);
 int run_list_prefixes(Server &server, void *cli, const Words &words);
+int run_list_profiles(Server &server, void *cli, const Words &words);
 int run_list_clients(Server &server, void *cli, const Words &words);
 int run_show_geninfo(Server &server, void *cli, const Words &words);
 int run_show_svi(Server &server, void *cli, const Words &words);
