@@ -1,5 +1,5 @@
 /*
- * Records to and from their stored form: the same ten calls for every record, stamped from one list.
+ * Records to and from their stored form: the same calls for every record, stamped from one list.
  *
  * The stored form is a stream that the platform's codec reads and writes from the record's schema table. A
  * stream carries the fields that the table names, in the table's order; the record's local bytes never

@@ -126,8 +126,8 @@ enum kov_profile_op { KOV_PROFILE_OP_ADD = 3, KOV_PROFILE_OP_DELETE = 4, KOV_PRO
  * sent at once; the answer comes later, to the callbacks below. 1 when sent; 0 when the library is not
  * initialised, for more than 45 bytes or null bytes, and when sending fails or there is no memory. To add,
  * also 0 for null options, a VNI of 4095 or less where the entity is a segment, or a VLAN outside 1 to 4095
- * where it is one of the VLAN kinds; an entity that nobody knows is sent. The key needs no client that is
- * registered, but one that is attached, or there is nobody to send as.
+ * where it is one of the VLAN kinds; an entity that nobody knows is sent. No gate asks whether the client is
+ * attached; a send without a handle fails.
  */
 KOV_EXPORT uint32_t kov_profile_add_host(uint32_t host_ref, uint8_t key_len, const void *key,
                                          const kov_profile_options_t *options);
@@ -139,7 +139,7 @@ KOV_EXPORT uint32_t kov_profile_check_host(uint32_t host_ref, uint8_t key_len, c
 KOV_EXPORT uint32_t kov_set_profile_test_uuid(uint32_t uuid);
 
 /* Brackets around a group of host calls. Each call sends by itself, so that closing finds nothing to send and
- * gives 1. 0 when the library is not initialised. */
+ * gives 1. 0 when the library is not initialised, and when a call before it found no memory. */
 KOV_EXPORT uint32_t kov_profile_host_api_open(void);
 KOV_EXPORT uint32_t kov_profile_host_api_close(void);
 
@@ -219,8 +219,8 @@ typedef struct KOV_PACKED kov_profile_request {
 /* Sends one key of `len` bytes to the server. 1 when sent; 0 when sending fails, there is no memory, for a
  * negative length, and for a null key that has a length. After a want of memory the next message is as much
  * longer as that one would have been, with zeros; kov_profile_add_key_init prevents it. _close sends what is
- * pending, which is nothing outside kov_profile_add_key; 1 when there is nothing. _init gives 1. None of
- * these needs an initialised library. */
+ * pending, which is nothing outside kov_profile_add_key; 1 when there is nothing, 0 when a key found no
+ * memory. _init gives 1. None of these needs an initialised library. */
 KOV_EXPORT uint32_t kov_profile_add_key_init(void);
 KOV_EXPORT uint32_t kov_profile_add_key(const uint8_t *key, int32_t len);
 KOV_EXPORT uint32_t kov_profile_add_key_close(void);

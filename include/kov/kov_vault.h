@@ -111,8 +111,8 @@ static inline void *kov_vault_auto_config_host_parameters(const kov_vault_auto_c
 }
 
 /* Lets the record's tail be at `tail`, null for none; `parameter_len` is the caller's to set. 1, or 0 when
- * the tail is farther than 2 GiB from the record and so cannot be said in the field, which then keeps its
- * value: put both in one block. */
+ * the place cannot be said in the field, which then keeps its value: with 64-bit pointers a place farther
+ * than 2 GiB from the record, or the record itself. Put the tail behind the record, in one block. */
 static inline uint32_t kov_vault_auto_config_host_set_parameters(kov_vault_auto_config_host_val_t *rec,
                                                                  const void *tail)
 {
@@ -120,7 +120,7 @@ static inline uint32_t kov_vault_auto_config_host_set_parameters(kov_vault_auto_
     rec->parameters = (uint32_t)(uintptr_t)tail;
 #else
     const intptr_t distance = tail ? (intptr_t)((uintptr_t)tail - (uintptr_t)rec) : 0;
-    if (distance != (int32_t)distance)
+    if (distance != (int32_t)distance || (tail && distance == 0))
         return 0;
     rec->parameters = (uint32_t)(int32_t)distance;
 #endif

@@ -69,9 +69,9 @@ u32 kov_profile_add_del_host(u32 host_ref, u8 key_len, const void *key, const ko
         KOV_TRACE("%s(): key should be shorter than 45 bytes", worker);
         return 0;
     }
-    if (!key && key_len > 0)
-        return 0;
     if (op == KOV_PROFILE_OP_ADD && !are_valid(options))
+        return 0;
+    if (!key && key_len > 0)
         return 0;
 
     kov_uhost_key_t request = {};
@@ -82,7 +82,7 @@ u32 kov_profile_add_del_host(u32 host_ref, u8 key_len, const void *key, const ko
     request.key_len = key_len;
     if (key_len > 0)
         std::memcpy(request.uhost_key_data, key, key_len);
-    if (options)
+    if (op == KOV_PROFILE_OP_ADD)
         request.options = *options;
     return kov_profile_add_key(reinterpret_cast<const u8 *>(&request), sizeof request);
 }

@@ -3,17 +3,14 @@
 // The counters in the context are kept as for a batch of keys. Only a failed allocation can leave them
 // raised, and then the next message is longer by what they hold: so much memory is taken for it.
 #include "api/context.h"
+#include "api/send.h"
 #include "api/trace.h"
 
 #include <kov/kov_profile.h>
-#include <kov/platform/ipc.h>
-#include <kov/platform/osal.h>
-#include <kov/platform/svcmgr.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
 
 namespace
 {
@@ -27,11 +24,7 @@ void fill_head(kov_profile_request *msg)
 {
     msg->client.major = KOV_MSG_MAJOR;
     msg->client.mtype = KOV_MTYPE_PROFILE_MGMT;
-    msg->client.pid = static_cast<u32>(getpid());
-    msg->client.epid = osal_get_epid(static_cast<s32>(msg->client.pid));
-    u64 mclock = 0;
-    orb_sys_mclock_get(&mclock);
-    msg->client.mclock = mclock;
+    kov::stamp(msg->client);
 }
 
 // Writes the client into the pending message and sends it.
@@ -43,8 +36,7 @@ bool send_pending()
     msg->client.sap = kov_api.sap;
     msg->client.uuid = kov_api.uuid;
     osal_strcpy(msg->client.client_name, kov_api.client_name, sizeof msg->client.client_name);
-    return ipc_send(kov_api.ipc_handle, KOV_SERVER_NODE, KOV_SERVER_SAP, KOV_OPC_CLIENT, msg,
-                    kov_api.profile_msg_len, 0, 0, 0) == 0;
+    return kov::send_to_server(KOV_OPC_CLIENT, msg, kov_api.profile_msg_len);
 }
 
 } // namespace

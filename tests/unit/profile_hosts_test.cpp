@@ -131,6 +131,12 @@ TEST_F(ProfileHosts, AKeyOfNoBytesIsSentAndNullBytesAreRefused)
     clear_traces();
     EXPECT_EQ(kov_profile_del_host(1, 1, nullptr), 0u);
     expect_refused({});
+    clear_traces();
+    EXPECT_EQ(kov_profile_add_host(1, 1, nullptr, nullptr), 0u);
+    expect_refused({"kov_profile_add_del_host(): invalid profile option"});
+    clear_traces();
+    EXPECT_EQ(kov_profile_add_host(1, 46, nullptr, nullptr), 0u);
+    expect_refused({"kov_profile_add_del_host(): key should be shorter than 45 bytes"});
 }
 
 TEST_F(ProfileHosts, AnAddWithoutOptionsIsRefused)

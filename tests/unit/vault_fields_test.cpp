@@ -172,6 +172,14 @@ TEST_F(HostParts, ATailIsFoundBehindBeforeAndNowhere)
     EXPECT_EQ(middle->parameters, 0u);
 }
 
+TEST_F(HostParts, ATailAtTheRecordItselfIsRefusedWithWidePointersBecauseItWouldReadAsNone)
+{
+    host()->parameters = 7;
+    const bool wide = sizeof(void *) == 8;
+    EXPECT_EQ(kov_vault_auto_config_host_set_parameters(host(), host()), wide ? 0u : 1u);
+    EXPECT_EQ(host()->parameters == 7, wide);
+}
+
 TEST_F(HostParts, TheFieldHoldsThePointerOrWithWidePointersTheDistance)
 {
     const uint32_t field = host()->parameters;
