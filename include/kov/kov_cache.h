@@ -2,8 +2,8 @@
  * Control of the local cache. A client that registers needs none of these calls: the server's acknowledgement
  * switches caching on, its update messages keep it current, and deregistering switches it off.
  *
- * The fill and clear calls take `all` non-zero for every record of the type (`key` is ignored), or 0 with a
- * pointer to the key of one record. A fill reads the database; a record that is gone there leaves the cache.
+ * The fill and clear calls take `all` non-zero for the whole type (a `key` is then read only for a trace), or
+ * 0 with the key of one record, which leaves the cache when the database has it no more. Clears may yield.
  */
 #ifndef KOV_CACHE_H
 #define KOV_CACHE_H
@@ -40,7 +40,7 @@ KOV_EXPORT uint32_t kov_clear_cache_rdb_aggr_subnet_pfx(int32_t all, const void 
 
 /* Layer-2 topologies; the key is a uint32_t bridge domain, at any alignment. 1 on success, 0 when not
  * initialised. Clearing all removes only the bridge domains whose number reads the same with its four bytes
- * reversed (65792 is the least); the others stay, counted, until each is cleared by its key. */
+ * reversed (65792 is the least), and one of two that mirror each other; the rest stay, counted. */
 KOV_EXPORT uint32_t kov_cache_rdb_l2rib_topo_info(int32_t all, const void *key);
 KOV_EXPORT uint32_t kov_clear_cache_rdb_l2rib_topo_info(int32_t all, const void *key);
 

@@ -46,7 +46,7 @@ KOV_EXPORT uint32_t kov_arp_nd_host_verification_resp(const kov_host_verified *r
  * 1 when `prefix` lies inside an aggregate subnet prefix of the VRF and family, else 0: a host there is
  * reached by a conditional route. `vrf_name` is at most 33 characters and NUL-terminated, but no record has a
  * name of 33; `prefix` is one as in kov_rdb_aggr_sub_pfx_t, of which 5 bytes are read for IPv4 (`family` 0)
- * and 17 for IPv6 (`family` 1; any other value finds nothing). 0 also for a null pointer, a longer name and a
+ * and 17 for IPv6 (`family` 1; others name no record). 0 also for a null pointer, a longer name and a
  * library that cannot be initialised. Read from the cache when the client registered for message type 8.
  */
 KOV_EXPORT uint32_t kov_is_rt_conditional(const char *vrf_name, const void *prefix, uint32_t family);

@@ -102,7 +102,7 @@ typedef struct KOV_PACKED kov_anycast_gw_mac_update {
 typedef struct KOV_PACKED kov_aggr_sub_pfx_update {
     char vrf_name[KOV_VRF_NAME_SIZE];
     uint8_t prefix[20]; /* as in kov_rdb_aggr_sub_pfx_t */
-    uint32_t family;    /* 0 IPv4, else IPv6 */
+    uint32_t family;    /* 0 IPv4, 1 IPv6 */
     uint8_t unused_57[4];
 } kov_aggr_sub_pfx_update;
 

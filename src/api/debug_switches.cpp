@@ -10,7 +10,7 @@ namespace
 const char *terminal_of(void *cli)
 {
     const char *name = nullptr;
-    if (cli_get_string(cli, "_CLI_TTY_NAME_FIELD", &name) != 0 || !name || !name[0])
+    if (!cli || cli_get_string(cli, "_CLI_TTY_NAME_FIELD", &name) != 0 || !name || !name[0])
         return nullptr;
     return name;
 }

@@ -63,7 +63,7 @@ kov::prefix_entry *entry_for(const kov_aggr_prefix_key &key)
 }
 
 // Deliberate: the counters go down also when the tree refuses. It then keeps the node, and with it the block,
-// which is lost rather than freed under it.
+// until its context goes; it is never freed under it.
 void drop_entry(kov_vrf_ctx &vrf, const kov_aggr_prefix_key &key, kov::prefix_entry *entry)
 {
     if (kov::remove_prefix(vrf, key.family, key.prefix))

@@ -368,4 +368,4 @@ bool report::topologies()
 
 } // namespace
 
-u32 kov_api_print_cache_stats(void *cli) { return report(cli).run(); }
+u32 kov_api_print_cache_stats(void *cli) { return cli ? report(cli).run() : 0; }

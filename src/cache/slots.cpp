@@ -152,7 +152,7 @@ public:
         record *found = tree().lookup(slot);
         if (!entry && !found)
             return 1;
-        if (!tree().remove(slot))
+        if (!found || !tree().remove(slot))
             return 0;
         kov_cache_free(found);
         kov::uncount_block(desc(), sizeof *found);

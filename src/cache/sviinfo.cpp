@@ -195,7 +195,7 @@ u32 kov_clear_cache_sviinfo(const kov_svi_cache_entry *entry, u32 svi_ifindex)
     kov_svi_cache_entry *found = tree().lookup(svi_ifindex);
     if (!entry && !found)
         return 1;
-    if (!tree().remove(svi_ifindex))
+    if (!found || !tree().remove(svi_ifindex))
         return 0;
     kov_cache_free(found);
     kov::uncount_block(desc(), sizeof *found);

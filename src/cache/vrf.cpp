@@ -97,6 +97,9 @@ u32 kov_api_delete_vrf_ctx(const char *name, kov_vrf_ctx *vrf)
     if (!contexts().remove(vrf))
         return 0;
     KOV_TRACE("VRF context %s is deleted from cache", vrf->name);
+    // Usually there are none. A tree that once refused to let a prefix go made the references too few.
+    free_prefixes(*vrf, kov::family_v4);
+    free_prefixes(*vrf, kov::family_v6);
     free_context(vrf);
     kov_api.vrf_count -= 1;
     kov_api.vrf_bytes -= counted_bytes;

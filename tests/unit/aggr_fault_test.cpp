@@ -105,7 +105,7 @@ TEST_F(AggrFault, AFillSkipsThePrefixThatIsRefusedAndTakesTheOthers)
 }
 
 // Deliberate: the counters go down also when the tree refuses. It then keeps the node, and with it the block,
-// which is lost rather than freed under it.
+// until the context goes.
 TEST_F(AggrFault, APrefixThatTheTreeDoesNotGiveUpIsNoLongerCountedAndIsNotFreed)
 {
     apply("red", prefix);
@@ -120,7 +120,7 @@ TEST_F(AggrFault, APrefixThatTheTreeDoesNotGiveUpIsNoLongerCountedAndIsNotFreed)
     expect_stale_counters();
 }
 
-TEST_F(AggrFault, ThatPrefixIsLostWithItsContext)
+TEST_F(AggrFault, ThatPrefixGoesWithItsContext)
 {
     apply("red", prefix);
     clear_traces();
@@ -129,8 +129,20 @@ TEST_F(AggrFault, ThatPrefixIsLostWithItsContext)
     expect_traces({vrf_deleted("red"), deleted("red", "10.1.0.0/16")});
     expect({}, 0);
     EXPECT_EQ(entry("red", prefix), nullptr);
-    expect_stale_counters();
-    expect_leak({.blocks = 1, .bytes = 20, .pt_nodes = 1});
+    EXPECT_EQ(platform.heap.live_blocks(), 0u);
+}
+
+// Removed once more, it is counted once more: the context goes, and takes the other prefix with it.
+TEST_F(AggrFault, ThatPrefixRemovedAgainTakesTheContextAndNothingIsLost)
+{
+    apply("red", prefix);
+    apply("red", "10.2.0.0/16");
+    platform.calls.fail(Call::pt_delete);
+    EXPECT_EQ(remove("red", prefix), 1u);
+    EXPECT_EQ(remove("red", prefix), 1u);
+    expect({}, 0);
+    EXPECT_EQ(platform.heap.live_blocks(), 0u);
+    EXPECT_EQ(platform.containers.pt_nodes(), 0u);
 }
 
 TEST_F(AggrFault, AContextThatTheTreeDoesNotGiveUpStaysWithoutItsPrefix)

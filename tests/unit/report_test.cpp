@@ -194,6 +194,14 @@ TEST_F(Report, OfANameWithoutItsEndIsCutAtItsArray)
     std::memset(kov_api.client_name, 0, sizeof kov_api.client_name);
 }
 
+TEST_F(Report, WithoutACommandLineIsNothing)
+{
+    EXPECT_EQ(kov_api_print_cache_stats(nullptr), 0u);
+    EXPECT_EQ(kov_api_debug_on(nullptr), 0u);
+    EXPECT_EQ(kov_api_debug_off(nullptr), 0u);
+    EXPECT_TRUE(platform.calls.log().empty());
+}
+
 // ------------------------------------------------------------------------------------------------- detail
 
 TEST_F(Report, InDetailOfAnEmptyCacheHasTheCountersOfEachTypeAndNoContents)
@@ -383,7 +391,7 @@ TEST_F(Report, SurvivesEveryFailureOfItsPlatform)
 {
     const unsigned failures = sweep([this] {
         publish_all();
-        register_client({4, 9, 10, 19, 20}); // a prefix that the tree does not let go is lost as stated
+        register_client({4, 9, 10, 19, 20}); // a prefix that the tree does not let go is lost, deliberately
         dispatch(KOV_MTYPE_REGISTER_ACK);
         detail();
         report();

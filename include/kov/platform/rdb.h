@@ -9,7 +9,7 @@
  * the record.
  * Order: the type as a number, then bytes 4 to 36, then bytes 41 to 60, then bytes 37 to 40, each compared
  * as unsigned bytes. So a type is contiguous, the records of a VRF stand together, and a walk that starts
- * at an IPv6 prefix of a VRF passes over IPv4 records.
+ * at an IPv6 prefix of a VRF passes over the IPv4 records behind it.
  *
  * Ownership: the key and the TLV bytes that a call hands out belong to the platform and hold until the next
  * osal_rdb_* call of the process. They may stand at any alignment.
