@@ -2,10 +2,12 @@
 
 #include "audit.h"
 #include "database.h"
+#include "glean_commands.h"
 #include "host_commands.h"
 #include "messages.h"
 #include "profile_commands.h"
 #include "queries.h"
+#include "route_commands.h"
 
 #include <kov/kov_api.h>
 #include <kov/platform/cli.h>
@@ -24,13 +26,6 @@ namespace
 constexpr int done = 0;
 constexpr int refused = 1;
 constexpr int misused = 2;
-
-std::string source_of(std::uint64_t reads)
-{
-    if (reads == 0)
-        return "from cache";
-    return "from database (" + std::to_string(reads) + (reads == 1 ? " read)" : " reads)");
-}
 
 // ---- The commands ----------------------------------------------------------------------------------------
 
@@ -54,7 +49,7 @@ int get(std::span<const char *const> words, std::string &text)
     const std::uint64_t before = database_reads();
     const Answer answer = query->ask(arguments);
     text = answer.call + " = " + answer.text;
-    text += query->reads ? ", " + source_of(database_reads() - before) + "\n" : "\n";
+    text += query->reads ? ", " + source_since(before) + "\n" : "\n";
     return done;
 }
 
@@ -173,6 +168,12 @@ Command commands[] = {
     {"profile add", "HOST [OPTION=VALUE...]: ask the server to apply a host's profile", run_tell<add_profile>},
     {"profile del", "HOST: ask the server to remove a host's profile",            run_tell<del_profile>},
     {"profile check", "HOST: ask the server to check a host's profile",           run_tell<check_profile>},
+    {"glean",     "VRF DEST SOURCE SVI [iif=INTERFACE] [value=N]: a packet to a destination not resolved yet", run_tell<tell_glean>},
+    {"set vrf",   "ID NAME: this process knows a VRF",                            run_tell<set_vrf>},
+    {"set route", "VRF PREFIX [conditional] [converted]: add a route, or change its flags", run_tell<set_route>},
+    {"del route", "VRF PREFIX: remove a route",                                   run_tell<del_route>},
+    {"list vrfs", "the VRFs of this process",                                     run_tell<list_vrfs>},
+    {"list routes", "the routes of this process",                                 run_tell<list_routes>},
     {"status",    "registration, messages and reads",                             run_status},
     {"debug on",  "the library's traces on this terminal",                        run_debug_on},
     {"debug off", "no more traces",                                               run_debug_off},

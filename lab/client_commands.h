@@ -9,6 +9,8 @@
  *   verify VRF ADDRESS        asks the server to verify a host
  *   report ADDRESS INTERFACE  tells the server what a probe of a host showed
  *   profile add|del|check     asks the server about the profile of a host; the answer is for the callbacks
+ *   glean VRF DEST SOURCE SVI hands the library a packet to a destination that is not resolved yet
+ *   set, del, list            the VRFs and routes of this process, by which a glean is judged
  *   status                    registration, messages and reads, one "name: value" each line
  *   debug on | debug off      the library's traces on the terminal that asks
  *

@@ -187,4 +187,12 @@ std::uint64_t database_reads()
     return counters.rdb_reads + counters.rdb_steps;
 }
 
+std::string source_since(std::uint64_t before)
+{
+    const std::uint64_t reads = database_reads() - before;
+    if (reads == 0)
+        return "from cache";
+    return "from database (" + std::to_string(reads) + (reads == 1 ? " read)" : " reads)");
+}
+
 } // namespace kov_lab

@@ -29,4 +29,7 @@ Database read_database();
 // How often this process has read a record of the database, one by one or in a walk.
 std::uint64_t database_reads();
 
+// Where the answers since then came from: "from cache", "from database (3 reads)".
+std::string source_since(std::uint64_t before);
+
 } // namespace kov_lab

@@ -20,6 +20,7 @@ constexpr std::uint32_t any = std::numeric_limits<std::uint32_t>::max();
 #define SVI(NAME) #NAME, offsetof(kov_rdb_sviinfo_t, NAME), sizeof(kov_rdb_sviinfo_t::NAME)
 #define TOPOLOGY(NAME) offsetof(kov_rdb_l2rib_topo_info_t, NAME), sizeof(kov_rdb_l2rib_topo_info_t::NAME)
 #define PORT(NAME) #NAME, offsetof(PortBits, NAME), sizeof(PortBits::NAME)
+#define ROUTE(NAME) #NAME, offsetof(RouteBits, NAME), sizeof(RouteBits::NAME)
 
 constexpr Field row(const char *name, std::size_t offset, std::size_t width, Kind kind, std::uint32_t mtype,
                     std::uint32_t low = 0, std::uint32_t high = any)
@@ -73,12 +74,18 @@ constexpr Field port_rows[] = {
     row(PORT(tracking), Kind::on_off, KOV_MTYPE_PORT_TRACKING),
     row(PORT(l2dci),    Kind::on_off, KOV_MTYPE_PORT_L2DCI),
 };
+
+constexpr Field route_rows[] = { // no record has them, so no message tells
+    row(ROUTE(conditional), Kind::yes_no, 0),
+    row(ROUTE(converted),   Kind::yes_no, 0),
+};
 // clang-format on
 
 #undef GENERAL
 #undef SVI
 #undef TOPOLOGY
 #undef PORT
+#undef ROUTE
 
 std::uint32_t load_number(const Field &field, const std::uint8_t *at)
 {
@@ -134,6 +141,8 @@ std::span<const Field> svi_fields() { return svi_rows; }
 std::span<const Field> topology_fields() { return topology_rows; }
 
 std::span<const Field> port_fields() { return port_rows; }
+
+std::span<const Field> route_fields() { return route_rows; }
 
 const Field *find_field(std::span<const Field> fields, std::string_view name)
 {

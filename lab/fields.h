@@ -49,6 +49,7 @@ std::span<const Field> geninfo_fields();
 std::span<const Field> svi_fields();      // without the key, svi_ifindex
 std::span<const Field> topology_fields(); // without the key, bd
 std::span<const Field> port_fields();     // of a PortBits
+std::span<const Field> route_fields();    // of a RouteBits
 
 // What the records of a port's slot say about it, gathered.
 struct PortBits {
@@ -56,6 +57,12 @@ struct PortBits {
     std::uint32_t l2dci = 0;
 
     bool operator==(const PortBits &) const = default;
+};
+
+// What a client's routing table says about a route.
+struct RouteBits {
+    std::uint32_t conditional = 0;
+    std::uint32_t converted = 0;
 };
 
 const Field *find_field(std::span<const Field> fields, std::string_view name);

@@ -1,6 +1,7 @@
 // kovctl: the operator's command line. Asks the library, changes what the server publishes, looks into
 // clients, waits and watches.
 #include "client_commands.h"
+#include "load.h"
 #include "session.h"
 #include "watch.h"
 
@@ -44,12 +45,13 @@ constexpr CommandHelp remote_commands[] = {
     {"set",    "RECORD FIELD=VALUE...",        "change what the server publishes; as=TYPE picks the message"},
     {"del",    "RECORD",                       "remove a record"},
     {"show",   "RECORD",                       "the fields of a record; of a client: what it offers"},
-    {"list",   "svis|topologies|ports|prefixes|profiles|clients", "what is published, who is registered"},
+    {"list",   "svis|topologies|ports|prefixes|profiles|clients", "what is published, who is registered; of a client: vrfs, routes"},
     {"status", "",                             "of the server, or of the client"},
     {"verify", "VRF ADDRESS",                  "have a client ask the server to verify a host"},
     {"report", "ADDRESS INTERFACE [vlan=N]...", "have a client tell what a probe of a host showed"},
     {"profile", "add|del|check HOST [OPTION=VALUE...]",
      "have a client ask about a host's profile; of the server: reply CODE, check|clear CLIENT HOST"},
+    {"glean",  "VRF DEST SOURCE SVI [iif=INTERFACE]...", "have a client judge a packet to an unresolved host"},
     {"inject", "CLIENT|SAP HEX [OPCODE]",      "have the server send raw bytes"},
 };
 // clang-format on
@@ -70,6 +72,7 @@ void describe(CLI::App &app, Options &options)
     app.allow_extras();
     app.require_subcommand(0, 1); // further names of commands are words: "profile del"
     app.footer("RECORD is geninfo, svi NAME, topology BD, port NAME or prefix VRF ADDRESS/LENGTH.\n"
+               "Of a client: set vrf ID NAME; set|del route VRF ADDRESS/LENGTH [conditional] [converted].\n"
                "With -c NAME and no command, reads commands from the standard input.\n"
                "Exit codes: 0 done, 1 refused or unreachable, 2 used wrongly.");
     for (const CommandHelp &row : remote_commands)
@@ -83,6 +86,7 @@ void describe(CLI::App &app, Options &options)
     CLI::App *debug = add_command(app, options, "debug", "on|off",
                                   "the server's frames, or the library's traces in a client");
     debug->add_option("--count", options.count, "end after so many traces");
+    add_command(app, options, "load", "SCENARIO", "give a client the VRFs and routes of a scenario file");
     CLI::App *auditing =
         add_command(app, options, "audit", "", "does the client's cache say what the database says?");
     auditing->add_flag("--json", options.json, "for a program; exit code 1 when they differ, as without");
@@ -142,6 +146,10 @@ int run(const CLI::App &app, const Options &options)
         return needs_client("audit", "a cache is that of a client process");
     if (name == "audit")
         return run_report(peer, options.json ? "audit json" : "audit");
+    if (name == "load" && options.client.empty())
+        return needs_client("load", "VRFs and routes are those of a client process");
+    if (name == "load")
+        return load_routes(peer, options.words);
     if (name == "debug" && options.words == std::vector<std::string>{"on"})
         return follow_traces(peer, options.count);
     std::vector<std::string> words{name};

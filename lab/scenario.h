@@ -41,6 +41,8 @@ struct Prefix {
 // "10.1.0.0/16 in VRF red"
 std::string text_of(const Prefix &prefix);
 
+using Routes = std::map<Prefix, RouteBits>;
+
 struct LineCard {
     std::string name;    // "eth1": its ports are eth1/1 and on
     std::uint32_t ports; // their number
@@ -58,6 +60,7 @@ struct Scenario {
     std::set<Prefix> prefixes;
     Topologies topologies;
     std::uint32_t profile_code = 1; // what requests about profiles are answered with
+    Routes routes;                  // of clients; the server makes nothing of them
 
     bool knows_vrf(std::string_view name) const;
     // The interface index of a port that the switch has; 0 with `why` for every other text.

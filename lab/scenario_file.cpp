@@ -42,6 +42,7 @@ private:
     void load_ports(const json &list, const std::string &pointer);
     void load_prefixes(const json &list, const std::string &pointer);
     void load_profiles(const json &object, const std::string &pointer);
+    void load_routes(const json &list, const std::string &pointer);
 
     void load_vrf(const json &value, const std::string &pointer);
     void load_card(const json &object, const std::string &pointer);
@@ -51,10 +52,13 @@ private:
     void load_port(const json &object, const std::string &pointer);
     void load_prefixes_of_vrf(const json &object, const std::string &pointer);
     void load_prefix(const std::string &vrf, const json &value, const std::string &pointer);
+    void load_route(const json &object, const std::string &pointer);
 
     std::optional<std::string> key_of(const json &object, const std::string &pointer, const char *name,
                                       const char *what);
     void expect_svi(std::uint32_t svi, const std::string &pointer);
+    std::optional<std::string> vrf_of(const json &object, const std::string &pointer);
+    std::optional<Network> network_of(const std::optional<std::string> &text, const std::string &pointer);
 
     CheckedJson in_;
     Scenario &out_;
@@ -72,6 +76,7 @@ const Loader::Section Loader::sections[] = {
     {"ports", &Loader::load_ports},
     {"prefixes", &Loader::load_prefixes},
     {"profiles", &Loader::load_profiles},
+    {"routes", &Loader::load_routes},
 };
 
 std::string Loader::names()
@@ -115,6 +120,23 @@ void Loader::expect_svi(std::uint32_t svi, const std::string &pointer)
 {
     if (svi != 0 && !out_.svis.contains(svi))
         in_.mistake(pointer, name_of_interface(svi) + " is not among the svis");
+}
+
+std::optional<std::string> Loader::vrf_of(const json &object, const std::string &pointer)
+{
+    auto vrf = key_of(object, pointer, "vrf", "the VRF's name");
+    if (vrf && !out_.knows_vrf(*vrf))
+        in_.mistake(pointer + "/vrf", "\"" + *vrf + "\" is not among the vrfs");
+    return vrf;
+}
+
+std::optional<Network> Loader::network_of(const std::optional<std::string> &text, const std::string &pointer)
+{
+    std::string why;
+    auto network = text ? parse_network(*text, why) : std::nullopt;
+    if (text && !network)
+        in_.mistake(pointer, why);
+    return network;
 }
 
 // ---- The switch ------------------------------------------------------------------------------------------
@@ -287,9 +309,7 @@ void Loader::load_prefixes(const json &list, const std::string &pointer)
 void Loader::load_prefixes_of_vrf(const json &object, const std::string &pointer)
 {
     in_.expect_only(object, pointer, {"vrf", "prefixes"});
-    const auto vrf = key_of(object, pointer, "vrf", "the VRF's name");
-    if (vrf && !out_.knows_vrf(*vrf))
-        in_.mistake(pointer + "/vrf", "\"" + *vrf + "\" is not among the vrfs");
+    const auto vrf = vrf_of(object, pointer);
     const json *prefixes = in_.member(object, pointer, "prefixes", "the list of them");
     if (vrf && prefixes != nullptr)
         in_.each(*prefixes, pointer + "/prefixes", "a list of prefixes",
@@ -298,12 +318,8 @@ void Loader::load_prefixes_of_vrf(const json &object, const std::string &pointer
 
 void Loader::load_prefix(const std::string &vrf, const json &value, const std::string &pointer)
 {
-    const auto text = in_.text(value, pointer);
-    std::string why;
-    const auto network = text ? parse_network(*text, why) : std::nullopt;
-    if (text && !network)
-        in_.mistake(pointer, why);
-    else if (network && in_.is_first(network_text(*network) + " in VRF " + vrf, pointer))
+    const auto network = network_of(in_.text(value, pointer), pointer);
+    if (network && in_.is_first(text_of({vrf, *network}), pointer))
         out_.prefixes.insert({vrf, *network});
 }
 
@@ -316,6 +332,28 @@ void Loader::load_profiles(const json &object, const std::string &pointer)
     const auto code =
         reply == nullptr ? std::nullopt : in_.number(*reply, pointer + "/reply", 1, last_profile_code);
     out_.profile_code = code.value_or(out_.profile_code);
+}
+
+// ---- The routes of clients -------------------------------------------------------------------------------
+
+void Loader::load_routes(const json &list, const std::string &pointer)
+{
+    in_.each_object(list, pointer, "a list of routes",
+                    [this](const json &object, const std::string &at) { load_route(object, at); });
+}
+
+void Loader::load_route(const json &object, const std::string &pointer)
+{
+    const auto vrf = vrf_of(object, pointer);
+    const std::string at = pointer + "/prefix";
+    const auto network = network_of(key_of(object, pointer, "prefix", "where the route leads"), at);
+    json flags = object;
+    flags.erase("vrf");
+    flags.erase("prefix");
+    RouteBits bits;
+    in_.read_fields(route_fields(), flags, pointer, "", &bits);
+    if (vrf && network && in_.is_first("route " + text_of({*vrf, *network}), at))
+        out_.routes[{*vrf, *network}] = bits;
 }
 
 } // namespace

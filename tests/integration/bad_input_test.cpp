@@ -256,6 +256,30 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"-c arp report 10.1.2.3 vlan10 vlan=4095",    1, "4095"},
         {"-c arp report 10.1.2.3 vlan10 port=vlan10",  1, "vlan10"},
         {"-c arp report 10.1.2.3 vlan10 bridge=1",     1, "\"bridge=1\" is none of vlan=, iod=, port= and port_iod="},
+        {"-c arp set vrf 1",                           2, "usage: set vrf ID NAME"},
+        {"-c arp set vrf one default",                 1, "\"one\" is not a whole number"},
+        {"-c arp set vrf 1 a-name-of-thirty-three-characters", 1, "is no VRF name: 1 to 32 characters"},
+        {"-c arp set vrf 5 blue",                      1, "VRF 5 is red already"},
+        {"-c arp set vrf 6 red",                       1, "VRF red has the id 5 already"},
+        {"-c arp set route red",                       2, "usage: set route VRF PREFIX"},
+        {"-c arp set route blue 10.0.0.0/8",           1, "this process knows no VRF blue; set vrf ID NAME makes it known"},
+        {"-c arp set route red 10.1.2.3/16",           1, "has host bits set; the prefix is 10.1.0.0/16"},
+        {"-c arp set route red 10.0.0.0/8 static",     1, "\"static\" is none of conditional, converted"},
+        {"-c arp del route red",                       2, "usage: del route VRF PREFIX"},
+        {"-c arp del route red 10.0.0.0/8",            1, "no route 10.0.0.0/8 in VRF 5"},
+        {"-c arp list vrfs all",                       2, "usage: list vrfs"},
+        {"-c arp list routes all",                     2, "usage: list routes"},
+        {"-c arp glean red 10.1.2.3 10.1.2.4",         2, "usage: glean VRF DEST SOURCE SVI"},
+        {"-c arp glean blue 10.1.2.3 10.1.2.4 vlan10", 1, "this process knows no VRF blue"},
+        {"-c arp glean red 10.1.2 10.1.2.4 vlan10",    1, "\"10.1.2\" is not an address"},
+        {"-c arp glean red 10.1.2.3 ten vlan10",       1, "\"ten\" is not an address"},
+        {"-c arp glean red 10.1.2.3 2001:db8::1 vlan10", 1, "destination and source are of two families"},
+        {"-c arp glean red 10.1.2.3 10.1.2.4 eth1/1",  1, "\"eth1/1\" is not an SVI"},
+        {"-c arp glean red 10.1.2.3 10.1.2.4 vlan10 iif=vlan", 1, "\"vlan\" is no interface"},
+        {"-c arp glean red 10.1.2.3 10.1.2.4 vlan10 value=x", 1, "\"x\" is not a whole number"},
+        {"-c arp glean red 10.1.2.3 10.1.2.4 vlan10 ttl=1", 1, "\"ttl=1\" is none of iif= and value="},
+        {"load",                                       2, "load needs -c NAME"},
+        {"-c arp load",                                2, "usage: load SCENARIO"},
         {"wait",                                       2, "wait for: server"},
         {"wait clients",                               2, "wait for: server"},
         {"watch --types 0",                            2, "no list of message types"},
@@ -265,6 +289,7 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
     // clang-format on
     serve();
     client("arp");
+    ask("-c arp set vrf 5 red");
     for (const Refusal &refusal : refusals) {
         const Result result = kovctl(refusal.line);
         EXPECT_EQ(result.status, refusal.status) << refusal.line << "\n" << result.out << result.err;

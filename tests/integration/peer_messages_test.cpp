@@ -78,4 +78,146 @@ TEST_F(PeerMessages, AReportThatCannotBeSentSaysSoAndIsCounted)
     EXPECT_EQ(status("messages not sent", "arp"), "2");
 }
 
+// ---- Gleans ----------------------------------------------------------------------------------------------
+
+// VRF "red" has routes of each kind, "default" only aggregate prefixes; vlan10 is a proxy gateway.
+const char *const with_routes = R"({
+    "general": {"conv_learning": true}, "vrfs": ["red"],
+    "svis": [{"svi": "vlan10", "fwd_mode": "proxy-gateway"}, {"svi": "vlan20"}],
+    "prefixes": [{"vrf": "default", "prefixes": ["10.1.0.0/16", "2001:db8:1::/48"]}],
+    "routes": [{"vrf": "red", "prefix": "10.1.0.0/16", "conditional": true},
+               {"vrf": "red", "prefix": "10.1.7.0/24", "conditional": true, "converted": true},
+               {"vrf": "red", "prefix": "10.9.0.0/16"},
+               {"vrf": "red", "prefix": "2001:db8:1::/48", "conditional": true}]
+})";
+
+struct Gleaned {
+    const char *words;
+    const char *result;
+    const char *in_cache;    // after the result, from a client that registered for prefixes
+    const char *in_database; // from one that did not
+    const char *frame;       // that the server shows; null: none
+};
+
+// clang-format off
+const Gleaned gleans[] = {
+    {"red 10.1.2.3 10.9.8.7 vlan20", "(a route, VRF red, 10.1.2.3 from 10.9.8.7 on vlan20) = 1, told the server, ",
+     "from cache", "from cache", "glean 10.1.2.3 in VRF 2 on vlan20"},
+    {"red 10.1.7.3 10.9.8.7 vlan20", "(a route, VRF red, 10.1.7.3 from 10.9.8.7 on vlan20) = 1, nothing to tell, ",
+     "from cache", "from cache", nullptr},
+    {"red 10.9.7.3 10.9.8.7 vlan10", "(a route, VRF red, 10.9.7.3 from 10.9.8.7 on vlan10) = 2, nothing to tell, ",
+     "from cache", "from cache", nullptr},
+    {"red 2001:db8:1::3 2001:db8:1::1 vlan10 iif=eth1/5 value=7", "(a route, VRF red, 2001:db8:1::3 from 2001:db8:1::1 on vlan10) = 2, told the server, ",
+     "from cache", "from cache", "glean 2001:db8:1::3 in VRF 2 on vlan10"},
+    {"default 10.1.2.3 10.9.8.7 vlan20", "(no route, VRF default, 10.1.2.3 from 10.9.8.7 on vlan20) = 1, told the server, ",
+     "from cache", "from database (1 read)", "glean 10.1.2.3 in VRF 1 on vlan20"},
+    {"default 10.2.0.1 10.9.8.7 vlan10", "(no route, VRF default, 10.2.0.1 from 10.9.8.7 on vlan10) = 0, nothing to tell, ",
+     "from cache", "from database (3 reads)", nullptr},
+    {"default 2001:db8:1::3 2001:db8::1 vlan10", "(no route, VRF default, 2001:db8:1::3 from 2001:db8::1 on vlan10) = 0, told the server, ",
+     "from cache", "from database (2 reads)", "glean 2001:db8:1::3 in VRF 1 on vlan10"},
+};
+// clang-format on
+
+class Gleans : public PeerMessages
+{
+protected:
+    // A server, and a client that knows the scenario's routes.
+    void begin(const std::string &types)
+    {
+        const std::string scenario = write("routes.json", with_routes);
+        serve(scenario);
+        client("arp", types);
+        ask("-c arp load " + scenario);
+    }
+    // Runs the table, and demands of the server's frames exactly those of the table.
+    void expect_gleans(const char *Gleaned::*source)
+    {
+        const auto terminal = frames();
+        std::size_t told = 0;
+        for (const Gleaned &row : gleans) {
+            EXPECT_EQ(ask(std::string("-c arp glean ") + row.words),
+                      std::string("kov_process_glean_notification") + row.result + row.*source + "\n");
+            told += row.frame != nullptr ? 1 : 0;
+            EXPECT_TRUE(row.frame == nullptr || terminal->says(row.frame)) << row.words;
+        }
+        ask("-c arp verify red 10.1.2.3"); // comes behind every glean
+        EXPECT_TRUE(terminal->says("verify host 10.1.2.3 in VRF red"));
+        const std::string shown = terminal->stop().out;
+        std::size_t seen = 0;
+        for (std::size_t at = shown.find("glean "); at != shown.npos; at = shown.find("glean ", at + 1))
+            ++seen;
+        EXPECT_EQ(seen, told) << shown;
+    }
+};
+
+TEST_F(Gleans, TheServerHearsOfUnconvertedAndOfMissingRoutesToTheFabricsHosts)
+{
+    begin("4-20");
+    expect_gleans(&Gleaned::in_cache);
+}
+
+TEST_F(Gleans, AClientWithoutTypeEightReadsTheDatabaseForTheSame)
+{
+    begin("5,9");
+    expect_gleans(&Gleaned::in_database);
+}
+
+TEST_F(Gleans, NoMissingRouteIsToldWhileConversationalLearningIsOff)
+{
+    begin("4-20");
+    ask("set geninfo conv_learning=no");
+    handled("arp", 1);
+    EXPECT_EQ(ask("-c arp glean default 10.1.2.3 10.9.8.7 vlan20"),
+              "kov_process_glean_notification(no route, VRF default, 10.1.2.3 from 10.9.8.7 on vlan20) = 1, "
+              "nothing to tell, from cache\n");
+}
+
+TEST_F(Gleans, AGleanThatCannotBeSentSaysSo)
+{
+    Process &server = serve();
+    Process &arp = client("arp");
+    ask("-c arp set vrf 1 default");
+    ask("-c arp set route default 10.1.0.0/16 conditional");
+    server.stop();
+    forget(server);
+    EXPECT_TRUE(arp.says("the server is gone"));
+    const Result result = kovctl("-c arp glean default 10.1.2.3 10.9.8.7 vlan10");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "kov_process_glean_notification(a route, VRF default, 10.1.2.3 from 10.9.8.7 on "
+                          "vlan10) = 1, the message could not be sent, from cache\n");
+}
+
+TEST_F(Gleans, AClientsRoutesComeFromAScenarioAndFromAnOperator)
+{
+    begin("4-20");
+    EXPECT_EQ(ask("-c arp list vrfs"), "VRF                              Id\n"
+                                       "default                          1\n"
+                                       "red                              2\n");
+    EXPECT_EQ(ask("-c arp set route red 10.9.0.0/16 conditional"),
+              "route 10.9.0.0/16 in VRF red, conditional\n");
+    EXPECT_EQ(ask("-c arp set route red 10.1.0.0/16"), "route 10.1.0.0/16 in VRF red\n");
+    EXPECT_EQ(ask("-c arp del route red 2001:db8:1::/48"), "route 2001:db8:1::/48 in VRF red removed\n");
+    EXPECT_EQ(ask("-c arp list routes"),
+              "VRF                              Prefix             Flags\n"
+              "red                              10.1.0.0/16        none\n"
+              "red                              10.1.7.0/24        conditional, converted\n"
+              "red                              10.9.0.0/16        conditional\n");
+    EXPECT_EQ(ask("-c arp glean red 10.9.7.3 10.9.8.7 vlan10"),
+              "kov_process_glean_notification(a route, VRF red, 10.9.7.3 from 10.9.8.7 on vlan10) = 2, told "
+              "the server, from cache\n");
+    EXPECT_EQ(lines_in(ask("-c arp load " + path("routes.json"))), 6u) << "once more, over what is there";
+    EXPECT_EQ(lines_in(ask("-c arp list routes")), 5u);
+}
+
+TEST_F(Gleans, AScenarioWithAMistakeGivesAClientNothing)
+{
+    begin("4-20");
+    const std::string file = write("bad.json", "{\"vrfs\": [\"blue\"], \"routes\": [\n"
+                                               "{\"vrf\": \"green\", \"prefix\": \"10.0.0.0/8\"}]}");
+    const Result result = kovctl("-c arp load " + file);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, file + ":2: routes[0].vrf: \"green\" is not among the vrfs\n");
+    EXPECT_EQ(lines_in(ask("-c arp list vrfs")), 3u);
+}
+
 } // namespace

@@ -68,6 +68,7 @@ TEST_F(ScenarioFile, TheLeafHasTwoCardsFourChannelsThirtyTopologiesAndSixtyPrefi
     EXPECT_EQ(scenario_.port_channels.size(), 4u);
     EXPECT_EQ(scenario_.topologies.size(), 30u);
     EXPECT_EQ(scenario_.prefixes.size(), 60u);
+    EXPECT_EQ(scenario_.routes.size(), 3u);
     std::set<std::string> vrfs;
     for (const Prefix &prefix : scenario_.prefixes)
         vrfs.insert(prefix.vrf);
@@ -151,6 +152,24 @@ TEST_F(ScenarioFile, PrefixesOfBothFamiliesAreKeptPerVrf)
     const kov_rdb_aggr_sub_pfx_t v6 = record_of(std::next(scenario_.prefixes.begin())->network);
     const std::uint8_t v6_bytes[20] = {0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 33};
     EXPECT_EQ(std::memcmp(v6.prefix, v6_bytes, 20), 0) << "the address in network order";
+}
+
+TEST_F(ScenarioFile, ARouteMayLeadWhereAnAggregatePrefixIsAndHasNoFlagsUnlessTold)
+{
+    ASSERT_TRUE(mistakes_in(R"({
+      "prefixes": [ { "vrf": "default", "prefixes": [ "10.1.0.0/16" ] } ],
+      "routes": [ { "vrf": "default", "prefix": "10.1.0.0/16" },
+                  { "vrf": "default", "prefix": "10.1.2.0/24", "conditional": true, "converted": true } ]
+    })")
+                    .empty());
+    ASSERT_EQ(scenario_.routes.size(), 2u);
+    const auto &[prefix, plain] = *scenario_.routes.begin();
+    EXPECT_EQ(text_of(prefix), "10.1.0.0/16 in VRF default");
+    EXPECT_EQ(plain.conditional, 0u);
+    EXPECT_EQ(plain.converted, 0u);
+    const RouteBits &flagged = scenario_.routes.rbegin()->second;
+    EXPECT_EQ(flagged.conditional, 1u);
+    EXPECT_EQ(flagged.converted, 1u);
 }
 
 TEST_F(ScenarioFile, EveryKindOfFieldArrivesInTheRecord)
@@ -314,6 +333,14 @@ const Bad bad_scenarios[] = {
     {"PrefixNotOne",      "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\"ten\"]}]}", "1: prefixes[0].prefixes[0]: \"ten\" is not an address with a prefix length"},
     {"PrefixTwice",       "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\"10.0.0.0/8\"]},\n{\"vrf\": \"default\", \"prefixes\": [\"10.0.0.0/8\"]}]}", "2: prefixes[1].prefixes[0]: 10.0.0.0/8 in VRF default is there already, at line 1"},
     {"PrefixNoText",      "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [10]}]}", "1: prefixes[0].prefixes[0]: must be a text in quotes, not 10"},
+    {"RoutesNoList",      "{\"routes\": {}}",                               "1: routes: must be a list of routes, not {}"},
+    {"RouteOfUnknownVrf", "{\"routes\": [\n{\"vrf\": \"red\", \"prefix\": \"10.0.0.0/8\"}]}", "2: routes[0].vrf: \"red\" is not among the vrfs"},
+    {"RouteWithoutVrf",   "{\"routes\": [\n{\"prefix\": \"10.0.0.0/8\"}]}", "2: routes[0]: has no \"vrf\", the VRF's name"},
+    {"RouteWithoutPrefix", "{\"routes\": [\n{\"vrf\": \"default\"}]}",     "2: routes[0]: has no \"prefix\", where the route leads"},
+    {"RouteHostBits",     "{\"routes\": [{\"vrf\": \"default\",\n\"prefix\": \"10.1.2.3/16\"}]}", "2: routes[0].prefix: \"10.1.2.3/16\" has host bits set; the prefix is 10.1.0.0/16"},
+    {"RouteFlagAsText",   "{\"routes\": [{\"vrf\": \"default\", \"prefix\": \"10.0.0.0/8\",\n\"conditional\": \"yes\"}]}", "2: routes[0].conditional: must be true or false, not \"yes\""},
+    {"RouteUnknownField", "{\"routes\": [{\"vrf\": \"default\", \"prefix\": \"10.0.0.0/8\",\n\"metric\": 1}]}", "2: routes[0].metric: is not a field; the fields are conditional, converted"},
+    {"RouteTwice",        "{\"routes\": [{\"vrf\": \"default\", \"prefix\": \"10.0.0.0/8\"},\n{\"vrf\": \"default\", \"prefix\": \"10.0.0.0/8\"}]}", "2: routes[1].prefix: route 10.0.0.0/8 in VRF default is there already, at line 1"},
     {"DescriptionNoText", "{\"description\": 1}",                           "1: description: must be a text in quotes, not 1"},
 };
 // clang-format on
