@@ -438,9 +438,10 @@ TEST_F(Report, GoesOnWhateverAnotherTaskDoesWhileItWaits)
          }},
     };
     expect_stale_counters(); // opening again keeps the counters of the VRF contexts that it frees
-    for (const auto &[name, task] : tasks)
+    for (const auto &other : tasks)
         for (unsigned at = 1; at <= 24; ++at) {
-            SCOPED_TRACE(testing::Message() << name << " at " << at);
+            const std::function<void()> &task = other.second;
+            SCOPED_TRACE(testing::Message() << other.first << " at " << at);
             cache_all();
             platform.sched.time_is_up = true;
             platform.sched.yields = 0;
