@@ -11,6 +11,17 @@
  * - Integers are in host byte order unless a field says network order. The library runs on little-endian
  *   machines only.
  * - "size" counts bytes, "length" counts characters.
+ *
+ * Address families and IPv4 addresses differ from call to call, and have to:
+ *
+ *   kov_get_conv_aging_timeout                     2 IPv6, every other value IPv4
+ *   kov_check_am_should_notify                     1 IPv4, 2 IPv6; addresses in network order
+ *   kov_send_host_verify_notification              1 IPv4, 0 IPv6; IPv4 in host order
+ *   kov_arp_nd_host_verification_resp              0 ARP (IPv4, host order), else ND (IPv6)
+ *   kov_process_glean_notification                 1 IPv4, every other value IPv6; IPv4 in host order
+ *   kov_is_rt_conditional, kov_pfx_subnet_match    0 IPv4, 1 IPv6; IPv4 in host order
+ *   keys and prefixes of records                   0 IPv4, 1 IPv6; IPv4 in host order
+ *   messages of types 8 and 11 on the wire         IPv4 in network order; type 8: 0 IPv4, 1 IPv6
  */
 #ifndef KOV_BASE_H
 #define KOV_BASE_H
