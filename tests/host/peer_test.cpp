@@ -46,6 +46,14 @@ protected:
                       &heard),
                   0);
     }
+    // Watches a server that is there, and loses it.
+    void watch_and_kill(Child &server)
+    {
+        serve(server);
+        attach();
+        watch();
+        server.kill();
+    }
     void hear(std::size_t count)
     {
         run_until([&] { return heard.size() >= count; });
@@ -91,10 +99,7 @@ TEST_F(Peer, ThatIsNotThereYetIsHeardWhenItComes)
 TEST_F(Peer, ReplacedAtOnceIsHeardGoingAndComingBack)
 {
     const auto first = server(), second = server();
-    serve(*first);
-    attach();
-    watch();
-    first->kill();
+    watch_and_kill(*first);
     serve(*second);
     hear(2);
     EXPECT_EQ(heard, (std::vector<int>{0, 1}));
@@ -103,10 +108,7 @@ TEST_F(Peer, ReplacedAtOnceIsHeardGoingAndComingBack)
 TEST_F(Peer, WhoseDeathASendFindsFirstIsHeardAfterTheSend)
 {
     const auto first = server(), second = server();
-    serve(*first);
-    attach();
-    watch();
-    first->kill();
+    watch_and_kill(*first);
     EXPECT_NE(send(), 0);
     EXPECT_EQ(heard, std::vector<int>()) << "a send calls nobody";
     hear(1);
@@ -119,10 +121,7 @@ TEST_F(Peer, WhoseDeathASendFindsFirstIsHeardAfterTheSend)
 TEST_F(Peer, ThatASendReachesAgainBeforeTheLoopRunsIsHeardGoingAndComingBack)
 {
     const auto first = server(), second = server();
-    serve(*first);
-    attach();
-    watch();
-    first->kill();
+    watch_and_kill(*first);
     serve(*second);
     EXPECT_EQ(send(), 0) << "it goes to the successor";
     hear(2);
@@ -132,10 +131,7 @@ TEST_F(Peer, ThatASendReachesAgainBeforeTheLoopRunsIsHeardGoingAndComingBack)
 TEST_F(Peer, IsNotHeardByWhoStoppedWatching)
 {
     const auto first = server(), second = server();
-    serve(*first);
-    attach();
-    watch();
-    first->kill();
+    watch_and_kill(*first);
     EXPECT_EQ(kov_host_peer_watch(server_sap, nullptr, nullptr), 0);
     serve(*second);
     run_ready();

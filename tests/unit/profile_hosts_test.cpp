@@ -204,6 +204,8 @@ TEST_F(ProfileHosts, ATestIdTakesThePlaceOfTheClientsOwnInTheKeyOnly)
     EXPECT_EQ(sent_key(), (Key{4, 77, 1, abc}.bytes()));
     EXPECT_EQ(add(0, 4096, 0), 1u);
     EXPECT_EQ(sent_key(), (Key{3, 77, 7, abc, &options}.bytes()));
+    EXPECT_EQ(kov_profile_check_host(1, 3, host), 1u);
+    EXPECT_EQ(sent_key(), (Key{250, 77, 1, abc}.bytes()));
     EXPECT_EQ(kov_set_profile_test_uuid(0), 1u);
     EXPECT_EQ(kov_profile_del_host(1, 3, host), 1u);
     EXPECT_EQ(sent_key(), (Key{4, fake::System::uuid, 1, abc}.bytes()));

@@ -326,6 +326,38 @@ TEST_F(Report, OfASegmentsSviWithoutTheEndOfItsVrfNamePrintsWhatThereIs)
     kov_cache_fabric_ctrl_svi(nullptr, 10);
 }
 
+TEST_F(Report, OfAVrfWithoutPrefixesIsAnEmptyLineAndTheContextGoes)
+{
+    kov_api_init();
+    publish("red", 0, v4(0x0A010000, 16));
+    platform.calls.fail(Call::pt_add);
+    kov_cache_rdb_aggr_subnet_pfx(1, nullptr);
+    ASSERT_NE(kov_vrf_ctx_lookup("red"), nullptr);
+    debug_on();
+    clear_traces();
+    EXPECT_NE(detail().find(type_head(4, "No/No", "0/2/0", "0/0") + "\n" + empty_types(5, 6) + rule),
+              std::string::npos);
+    EXPECT_EQ(platform.cli.questions, 0u);
+    expect_traces({"VRF context red is deleted from cache"});
+    EXPECT_EQ(kov_vrf_ctx_lookup("red"), nullptr);
+    EXPECT_EQ(kov_api.vrf_count, 0u);
+}
+
+TEST_F(Report, InDetailOfAClosedLibraryThatWaitsShowsNoFieldThatHasAGate)
+{
+    publish(general_info(3));
+    kov_api_init();
+    kov_cache_rdb_geninfo(1, nullptr);
+    kov_api_close();
+    kov_api_wait_for_init = 1;
+    EXPECT_NE(detail().find(type_head(1, "No/No", "0/1/0", "1/181") + empty_types(2, 6) + rule),
+              std::string::npos);
+    EXPECT_EQ(platform.cli.questions, 1u);
+    EXPECT_EQ(kov_api.initialized, 0u);
+    kov_api_wait_for_init = 0;
+    kov_api_init(); // frees what was left
+}
+
 // -------------------------------------------------------------------------------------------------- pager
 
 TEST_F(Report, StopsAtTheQuestionThatSaysSoAndLeavesTheReferencesAsTheyWere)

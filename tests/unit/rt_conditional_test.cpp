@@ -205,6 +205,17 @@ TEST_F(RtConditional, ADefaultAggregateHoldsEverything)
     EXPECT_EQ(ask("red", "fe80::1/128"), 1u);
 }
 
+// The database orders by the prefix before the family: all zeros of IPv4 stand before all zeros of IPv6.
+TEST_F(RtConditional, AnIpv6WalkBeginsBehindTheDefaultAggregateOfIpv4)
+{
+    publish_prefix("red", "0.0.0.0/0");
+    publish_prefix("red", "::/0");
+    clear_traces();
+    EXPECT_EQ(ask("red", "fe80::1/128"), 1u);
+    expect_traces({not_registered, matched("red", "IPv6", "fe80::1/128", "::/0")});
+    expect({.rdb_hits = 1}, 0);
+}
+
 // Only 5 bytes of an IPv4 prefix, and 17 of an IPv6 prefix, are read.
 TEST_F(RtConditional, APrefixMayEndWithItsLengthAtAnyAlignment)
 {

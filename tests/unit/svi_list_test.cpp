@@ -184,6 +184,16 @@ TEST_F(SviLists, AreRefusedWhileTheLibraryIsNotReadyAndTheHeadIsUntouched)
     expect_traces({waiting, all_name + refused, waiting, suppressing_name + refused});
 }
 
+TEST_F(SviLists, WithoutAHeadAskFirstWhetherTheLibraryIsReady)
+{
+    kov_api_close();
+    kov_api_wait_for_init = 1;
+    clear_traces();
+    EXPECT_EQ(all_svis(nullptr), 0u);
+    expect_traces({"API called even before KOV is enabled, ignore",
+                   std::string(all_name) + "(): Not initialized with KOV Api"});
+}
+
 TEST_F(SviLists, AreRefusedWithoutAHead)
 {
     EXPECT_EQ(all_svis(nullptr), 0u);
