@@ -83,11 +83,26 @@ int cli_more_output(void *cli)
     return guarded(false, [&] { return context_of(cli).output.more(); }) ? 1 : 0;
 }
 
+int kov_host_cli_json(void *cli) { return cli != nullptr && context_of(cli).json ? 1 : 0; }
+
 int kov_host_command_run(const char *line)
 {
     return guarded(-1, [&] {
         Stdout output;
         return line == nullptr ? fail("no line to run") : run_command(line, output);
+    });
+}
+
+const char *kov_host_command_text(kov_host_command_fn fn, void *arg)
+{
+    static std::string text;
+    return guarded<const char *>(nullptr, [&] {
+        Kept output;
+        CliContext context{output, {}};
+        const char *const no_words = nullptr;
+        fn(&context, 0, &no_words, arg);
+        text = output.text();
+        return text.c_str();
     });
 }
 

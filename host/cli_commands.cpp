@@ -1,87 +1,52 @@
 #include "cli_commands.h"
 #include "support.h"
 
-#include <kov/platform/cli.h>
-
-#include <algorithm>
-#include <cinttypes>
-#include <map>
-
 namespace kov_host
 {
 namespace
 {
 
-struct Command {
-    std::string help;
-    kov_host_command_fn fn;
-    void *arg;
-};
-
 using Words = std::vector<std::string>;
 
-int show_help(void *cli, int argc, const char *const *argv, void *arg);
-int show_host(void *cli, int argc, const char *const *argv, void *arg);
+void complain(Output &output, bool json, const std::string &problem)
+{
+    output.write(json ? json_text({{"error", problem}}) : problem + "\n");
+}
 
-// By their words, so that the longest match can be looked up.
+bool take_json(Words &words)
+{
+    const std::size_t before = words.size();
+    if (!words.empty() && words.front() == "--json")
+        words.erase(words.begin());
+    if (!words.empty() && words.back() == "--json")
+        words.pop_back();
+    return words.size() != before;
+}
+
+std::string unknown(const Words &words)
+{
+    const Words meant = nearest(command_names(), words);
+    return "unknown command '" + joined(words) + "'; " +
+           (meant.empty() ? "" : "did you mean " + joined(meant, ", ") + "? ") + "help lists the commands";
+}
+
+} // namespace
+
 std::map<Words, Command> &commands()
 {
-    static std::map<Words, Command> instance{
-        {{"help"}, {"the commands of this process", show_help, nullptr}},
-        {{"show", "host"}, {"where this process is attached, and its counters", show_host, nullptr}},
-    };
+    static std::map<Words, Command> instance = built_in_commands();
     return instance;
 }
 
-std::string joined(const Words &words)
+CommandNames command_names()
 {
-    std::string text;
-    for (const std::string &word : words)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
-}
-
-int show_help(void *cli, int /*argc*/, const char *const * /*argv*/, void * /*arg*/)
-{
+    CommandNames all;
     for (const auto &[words, command] : commands())
-        cli_cmd_printf(cli, "%-24s %s\n", joined(words).c_str(), command.help.c_str());
-    return 0;
+        all.push_back(words);
+    return all;
 }
 
-int show_host(void *cli, int /*argc*/, const char *const * /*argv*/, void * /*arg*/)
-{
-    const kov_host_counters now = counters();
-    const struct {
-        const char *label;
-        std::uint64_t value;
-    } rows[] = {
-        {"Database opens", now.rdb_opens},
-        {"Database opens refused", now.rdb_open_failures},
-        {"Database reads", now.rdb_reads},
-        {"Database walk steps", now.rdb_steps},
-        {"Messages sent", now.ipc_sends},
-        {"Messages not sent", now.ipc_send_failures},
-        {"  queue full", now.ipc_queue_full},
-        {"  nobody there", now.ipc_peer_absent},
-        {"Watched peers lost", now.ipc_peer_losses},
-        {"Watched peers come back", now.ipc_peer_returns},
-        {"Messages received", now.ipc_receives},
-        {"Frames refused", now.ipc_frames_refused},
-        {"Yields", now.yields},
-        {"Commands", now.commands},
-        {"Trace lines", now.traces},
-        {"Trace lines dropped", now.traces_dropped},
-    };
-    const char *dir = kov_host_dir();
-    cli_cmd_printf(cli, "%-30s : %s\n", "Name", kov_host_name());
-    cli_cmd_printf(cli, "%-30s : %s\n", "Runtime directory", dir == nullptr ? "-" : dir);
-    for (const auto &row : rows)
-        cli_cmd_printf(cli, "%-30s : %" PRIu64 "\n", row.label, row.value);
-    return 0;
-}
-
-// Takes the command's own words from the front of `words`.
-const Command *take_command(Words &words)
+std::optional<Command> take_command(Words &words)
 {
     for (std::size_t length = words.size(); length > 0; --length) {
         const auto end = words.begin() + static_cast<std::ptrdiff_t>(length);
@@ -89,12 +54,19 @@ const Command *take_command(Words &words)
         if (at == commands().end())
             continue;
         words.erase(words.begin(), end);
-        return &at->second;
+        return at->second;
     }
-    return nullptr;
+    return std::nullopt;
 }
 
-} // namespace
+std::vector<const char *> argv_of(const Words &words)
+{
+    std::vector<const char *> argv;
+    for (const std::string &word : words)
+        argv.push_back(word.c_str());
+    argv.push_back(nullptr);
+    return argv;
+}
 
 bool split_line(std::string_view line, Words &words)
 {
@@ -124,22 +96,29 @@ int run_command(const std::string &line, Output &output)
         output.write("a quote is not closed\n");
         return unknown_command;
     }
+    // The words behind "complete" are another line's.
+    const bool other = !words.empty() && words[0] == "complete";
+    const bool json = !other && take_json(words);
+    if (!other && words.size() > 1 && words.back() == "--help") {
+        words.pop_back();
+        words.insert(words.begin(), "help");
+    }
     if (words.empty())
         return 0;
-    const std::string typed = joined(words);
-    const Command *found = take_command(words);
-    if (found == nullptr) {
-        output.write("unknown command '" + typed + "'; help lists the commands\n");
+    const Words typed = words;
+    const auto command = take_command(words);
+    if (!command) {
+        complain(output, json, unknown(typed));
+        return unknown_command;
+    }
+    if (json && !command->json) {
+        complain(output, json, "'" + joined(typed) + "' takes no --json: it prints text for people only");
         return unknown_command;
     }
     ++counters().commands;
-    const Command command = *found; // it may add commands while it runs
-    CliContext context{output, std::move(words)};
-    std::vector<const char *> argv;
-    for (const std::string &word : context.words)
-        argv.push_back(word.c_str());
-    argv.push_back(nullptr);
-    return command.fn(&context, static_cast<int>(context.words.size()), argv.data(), command.arg);
+    CliContext context{output, std::move(words), json};
+    const auto argv = argv_of(context.words);
+    return command->fn(&context, static_cast<int>(context.words.size()), argv.data(), command->arg);
 }
 
 int add_command(const char *name, const char *help, kov_host_command_fn fn, void *arg)
@@ -151,9 +130,30 @@ int add_command(const char *name, const char *help, kov_host_command_fn fn, void
     return fresh ? 0 : fail("there is a command '%s' already", name);
 }
 
+int offer(const char *name, kov_host_complete_fn complete, bool json)
+{
+    Words words;
+    const bool named = name != nullptr && split_line(name, words);
+    const auto at = named ? commands().find(words) : commands().end();
+    if (at == commands().end())
+        return fail("there is no command '%s'", name == nullptr ? "" : name);
+    at->second.complete = complete;
+    at->second.json = json;
+    return 0;
+}
+
 } // namespace kov_host
 
-extern "C" int kov_host_command_add(const char *name, const char *help, kov_host_command_fn fn, void *arg)
+extern "C" {
+
+int kov_host_command_add(const char *name, const char *help, kov_host_command_fn fn, void *arg)
 {
     return kov_host::guarded(-1, [&] { return kov_host::add_command(name, help, fn, arg); });
 }
+
+int kov_host_command_offer(const char *name, kov_host_complete_fn complete, int json)
+{
+    return kov_host::guarded(-1, [&] { return kov_host::offer(name, complete, json != 0); });
+}
+
+} // extern "C"

@@ -75,14 +75,9 @@ struct Opened {
     uint32_t tail_len; // once the stream is checked
 };
 
-// Of the stream `len` bytes can be read.
-int open(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, uint32_t depth)
+// Of the stream `len` bytes can be read, and the table can be used.
+int open(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, const Shape &shape)
 {
-    if (tlv == nullptr || t == nullptr)
-        return FCODEC_ARGUMENT;
-    const Shape shape = shape_of(t, depth);
-    if (!shape.usable)
-        return FCODEC_ARGUMENT;
     if (len < stream_header_size)
         return FCODEC_MALFORMED;
     const auto *const stream = static_cast<const uint8_t *>(tlv);
@@ -115,32 +110,41 @@ bool has_its_tail(Opened &opened)
     return said == opened.tail_len;
 }
 
-int open_checked(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, uint32_t depth = 1);
+int open_whole(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, const Shape &shape);
 
-// A nested record's value is one good stream and nothing else.
-bool holds_one_stream(const fcodec_table *t, const fcodec_field &field, uint32_t depth)
+// A nested record's value is one good stream and nothing else. Its table was looked at with the outermost
+// one, and has no tail.
+bool holds_one_stream(const fcodec_table *t, const fcodec_field &field)
 {
+    constexpr Shape shape = {true, false, nullptr};
     Opened nested;
-    return open_checked(nested, field.value, field.len, nested_table(t, *field.row), depth + 1) ==
-               FCODEC_OK &&
+    return open_whole(nested, field.value, field.len, nested_table(t, *field.row), shape) == FCODEC_OK &&
            nested.at.stream_len == field.len;
 }
 
-// Opens a stream that is good to its end.
-int open_checked(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, uint32_t depth)
+// Steps through the whole stream, and through those nested in it.
+int open_whole(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, const Shape &shape)
 {
-    if (const int code = open(opened, tlv, len, t, depth); code != FCODEC_OK)
+    if (const int code = open(opened, tlv, len, t, shape); code != FCODEC_OK)
         return code;
     fcodec_field_itr ahead = opened.at;
     fcodec_field field;
     int code = FCODEC_OK;
     while ((code = step(ahead, field)) == FCODEC_OK)
-        if (!opened.shape.plain && field.row->kind == FCODEC_KIND_NESTED &&
-            !holds_one_stream(t, field, depth))
+        if (!opened.shape.plain && field.row->kind == FCODEC_KIND_NESTED && !holds_one_stream(t, field))
             return FCODEC_MALFORMED;
     if (code != FCODEC_END)
         return code;
     return opened.shape.tail == nullptr || has_its_tail(opened) ? int{FCODEC_OK} : int{FCODEC_MALFORMED};
+}
+
+// Opens a stream that is good to its end, with a table that can be used.
+int open_checked(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t)
+{
+    if (tlv == nullptr || t == nullptr)
+        return FCODEC_ARGUMENT;
+    const Shape shape = shape_of(t);
+    return shape.usable ? open_whole(opened, tlv, len, t, shape) : int{FCODEC_ARGUMENT};
 }
 
 void apply(fcodec_field_itr at, uint8_t *out);

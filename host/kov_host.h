@@ -179,16 +179,36 @@ void kov_host_time_slice(uint32_t microseconds);
  * such; the words that follow are its arguments. `cli` goes to the calls of kov/platform/cli.h (and to the
  * library's calls that take one): cli_cmd_printf prints, cli_is_set finds an argument, cli_more_output asks
  * whether to go on. `argv` has `argc` texts, which hold until the command returns. The result is the
- * command's exit status; 0 is success. "help" and "show host" are there already. `help` is one line. Both
- * texts are copied. Fails for an empty name or one that is taken. Commands can be added before attaching, and
- * outlive it.
+ * command's exit status; 0 is success. "help", "complete" and "show host" are there already. `help` is one
+ * line. Both texts are copied. Fails for an empty name or one that is taken. Commands can be added before
+ * attaching, and outlive it.
  */
 typedef int (*kov_host_command_fn)(void *cli, int argc, const char *const *argv, void *arg);
 int kov_host_command_add(const char *name, const char *help, kov_host_command_fn fn, void *arg);
 
+/*
+ * What a command offers besides, each of which may be left out (null, 0); -1 for a command that is not there.
+ * `complete` prints the words that may stand as the last of `argv`, a line each: what is typed of it so far,
+ * perhaps nothing, is in `argv[argc - 1]`, and those that do not fit it are left out by the caller. A line
+ * "NAME=" wants a value behind it; "<KIND>" stands for words that this process does not know
+ * (docs/command-line.md has the kinds). `arg` is the command's.
+ * `json` non-zero: the command answers with one JSON value when kov_host_cli_json(cli) is 1; without it
+ * "--json" is refused before the command runs.
+ */
+typedef void (*kov_host_complete_fn)(void *cli, int argc, const char *const *argv, void *arg);
+int kov_host_command_offer(const char *name, kov_host_complete_fn complete, int json);
+
+/* 1 when the line had "--json". */
+int kov_host_cli_json(void *cli);
+
 /* Runs a line as if it had been typed, with the output to this process's stdout and "stderr" as its terminal.
  * Returns the command's status, or -1 for an unknown command. */
 int kov_host_command_run(const char *line);
+
+/* Calls `fn` like a command without arguments and returns all that it printed: for a process that reads a
+ * report itself. Its `cli` has no terminal and nobody is asked. Null when memory is short. Holds until the
+ * next call. */
+const char *kov_host_command_text(kov_host_command_fn fn, void *arg);
 
 /* The other end: a session with the command line of the process `name` (kovctl is made of these). Needs no
  * attaching. `rows` is the height of the terminal, 0 when output goes elsewhere and nobody is to be asked. */
@@ -292,6 +312,8 @@ typedef struct kov_host_counters {
     uint64_t ipc_peer_absent;    /* ... because nobody served the SAP (ECONNREFUSED) */
     uint64_t ipc_peer_losses;    /* watched peers that went away */
     uint64_t ipc_peer_returns;   /* watched peers that came (back) */
+    uint64_t ipc_peer_unread;    /* messages, sent well, that a peer went away without reading; it may have
+                                    read some of them */
     uint64_t ipc_receives;       /* messages delivered */
     uint64_t ipc_frames_refused; /* frames thrown away: too short, too long, or of a length that is a lie */
     uint64_t yields;             /* times that a callback let others run */

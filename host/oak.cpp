@@ -5,6 +5,10 @@
 // A walk keeps the key at which it stands and searches from the root at each step; there is nothing in it
 // that a change of the tree could invalidate, and so nothing to do before a yield. Children are loaded and
 // stored by memcpy: a node may stand at any address.
+//
+// The node that a lookup found last is remembered, and looked at first: whoever walks over what hangs from a
+// node looks that node up at each step. A tree may be overwritten without a word, so the memory is of its
+// root too: while that one is there, the nodes of the tree are.
 #include <kov/platform/oak.h>
 
 #include <cstddef>
@@ -74,6 +78,19 @@ Slot find(oak_tree *tree, const void *key)
         slot = order < 0 ? left_of(node) : right_of(node);
     }
     return slot;
+}
+
+struct Found {
+    const oak_tree *tree;
+    const void *root;
+    void *node; // null: nothing is remembered
+};
+Found last_found;
+
+void *find_again(const oak_tree *tree, const void *key)
+{
+    const bool there = last_found.node != nullptr && last_found.tree == tree && last_found.root == tree->root;
+    return there && compare(tree, key, key_in(tree, last_found.node)) == 0 ? last_found.node : nullptr;
 }
 
 // Deals the nodes below `node` out: keys below `key` to the left slot, the others to the right one.
@@ -148,8 +165,11 @@ extern "C" {
 
 void oak_init_new(oak_tree *tree, oak_cmp cmp, uint32_t key_len, uint32_t key_off, uint32_t flags)
 {
-    if (tree != nullptr)
-        *tree = {nullptr, cmp, key_len, key_off, flags};
+    if (tree == nullptr)
+        return;
+    *tree = {nullptr, cmp, key_len, key_off, flags};
+    if (last_found.tree == tree)
+        last_found = {};
 }
 
 int oak_insert(oak_tree *tree, void *node)
@@ -173,7 +193,14 @@ int oak_insert(oak_tree *tree, void *node)
 
 void *oak_lookup(oak_tree *tree, const void *key)
 {
-    return !usable(tree) || key == nullptr ? nullptr : load(find(tree, key));
+    if (!usable(tree) || key == nullptr)
+        return nullptr;
+    if (void *const node = find_again(tree, key))
+        return node;
+    void *const node = load(find(tree, key));
+    if (node != nullptr)
+        last_found = {tree, tree->root, node};
+    return node;
 }
 
 int oak_delete(oak_tree *tree, void *node)
@@ -184,6 +211,8 @@ int oak_delete(oak_tree *tree, void *node)
     if (load(slot) != node)
         return 0;
     join(slot, load(left_of(node)), load(right_of(node)));
+    if (last_found.node == node)
+        last_found = {};
     return 1;
 }
 

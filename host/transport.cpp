@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <cstring>
+#include <linux/sockios.h>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
 #include <utility>
@@ -27,6 +29,22 @@ bool hung_up(int fd)
 {
     pollfd ask{fd, POLLIN, 0};
     return ::poll(&ask, 1, 0) == 1 && (ask.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+// Whether the peer has read all that was sent to it so far.
+bool all_read(int fd)
+{
+    int queued = 1;
+    return ::ioctl(fd, SIOCOUTQ, &queued) == 0 && queued == 0;
+}
+
+// The error that stands on a connection, and takes it off.
+int error_of(int fd)
+{
+    int code = 0;
+    socklen_t size = sizeof code;
+    ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &code, &size);
+    return code;
 }
 
 int send_frame(int fd, const FrameHeader &header, std::span<const std::uint8_t> payload)
@@ -192,29 +210,33 @@ void Endpoint::take_frame(const Inbound &peer, std::size_t size)
     receive(message);
 }
 
-int Endpoint::outbound_to(std::uint32_t sap, int &fd)
+Endpoint::Outbound *Endpoint::outbound_to(std::uint32_t sap, int &code)
 {
     const auto at = outbound_.find(sap);
-    if (at != outbound_.end()) {
-        fd = at->second.fd.get();
-        return 0;
+    if (at != outbound_.end())
+        return &at->second;
+    Outbound fresh;
+    fresh.fd = connect_to(dir_.ipc_socket(sap));
+    if (!fresh.fd) {
+        code = absent(errno) ? ECONNREFUSED : errno;
+        return nullptr;
     }
-    Outbound peer;
-    peer.fd = connect_to(dir_.ipc_socket(sap));
-    if (!peer.fd)
-        return absent(errno) ? ECONNREFUSED : errno;
-    fd = peer.fd.get();
     // nothing is ever read here; the watch is for the hang-up of a peer that went away
-    peer.watch = loop_.watch(fd, 0, nullptr, [this, sap](std::uint32_t) { drop_outbound(sap); });
-    outbound_.emplace(sap, std::move(peer));
-    return 0;
+    const int fd = fresh.fd.get();
+    fresh.watch =
+        loop_.watch(fd, 0, nullptr, [this, sap, fd](std::uint32_t) { drop_outbound(sap, error_of(fd)); });
+    return &outbound_.emplace(sap, std::move(fresh)).first->second;
 }
 
-void Endpoint::drop_outbound(std::uint32_t sap)
+// `code` is what the broken connection said: a reset is the kernel's word for a peer that went away with
+// messages in its queue.
+void Endpoint::drop_outbound(std::uint32_t sap, int code)
 {
     const auto at = outbound_.find(sap);
     if (at == outbound_.end())
         return;
+    if (code == ECONNRESET)
+        counters().ipc_peer_unread += at->second.unread;
     loop_.unwatch(at->second.watch);
     outbound_.erase(at);
     const auto watched = watched_.find(sap);
@@ -240,8 +262,8 @@ void Endpoint::watch_peer(std::uint32_t sap, PeerFn fn)
         return;
     WatchedPeer &peer = watched_[sap];
     peer.fn = std::move(fn);
-    int fd = -1;
-    peer.present = outbound_to(sap, fd) == 0;
+    int code = 0;
+    peer.present = outbound_to(sap, code) != nullptr;
     if (!peer.present)
         look_after(sap, peer);
 }
@@ -260,7 +282,7 @@ void Endpoint::look_at_peer(std::uint32_t sap)
 {
     WatchedPeer &peer = watched_.at(sap);
     const PeerFn fn = peer.fn;
-    int fd = -1;
+    int code = 0;
     if (peer.present && peer.lost) {
         peer.present = peer.lost = false;
         ++counters().ipc_peer_losses;
@@ -268,7 +290,7 @@ void Endpoint::look_at_peer(std::uint32_t sap)
         return;
     }
     peer.lost = false;
-    if (outbound_to(sap, fd) != 0)
+    if (outbound_to(sap, code) == nullptr)
         return;
     loop_.timer_stop(std::exchange(peer.timer, 0));
     peer.present = true;
@@ -283,16 +305,18 @@ int Endpoint::send(std::uint32_t sap, std::uint32_t opcode, std::span<const std:
     const FrameHeader header{opcode, sap_, static_cast<std::uint32_t>(payload.size())};
     int code = ECONNREFUSED;
     for (int attempt = 0; attempt < 2; ++attempt) {
-        int fd = -1;
-        code = outbound_to(sap, fd);
-        if (code != 0)
+        Outbound *peer = outbound_to(sap, code);
+        if (peer == nullptr)
             return code;
-        code = send_frame(fd, header, payload);
+        const bool read_up = all_read(peer->fd.get());
+        code = send_frame(peer->fd.get(), header, payload);
+        if (code == 0)
+            peer->unread = read_up ? 1 : peer->unread + 1;
         if (code == EWOULDBLOCK || code == ENOBUFS)
             return EAGAIN;
         if (!broken(code))
             return code;
-        drop_outbound(sap);
+        drop_outbound(sap, code);
     }
     return ECONNREFUSED;
 }

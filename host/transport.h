@@ -89,6 +89,7 @@ private:
     struct Outbound {
         Fd fd;
         WatchId watch = 0;
+        std::uint32_t unread = 0; // messages that the peer may not have read yet: no more than these
     };
     // A peer whose coming and going somebody hears. Its connection is the one that messages take.
     struct WatchedPeer {
@@ -110,8 +111,9 @@ private:
     bool read_frame(const std::shared_ptr<Inbound> &peer);
     void take_frame(const Inbound &peer, std::size_t size);
     void drop_inbound(const std::shared_ptr<Inbound> &peer);
-    int outbound_to(std::uint32_t sap, int &fd);
-    void drop_outbound(std::uint32_t sap);
+    // Null, with an errno in `code`, when nobody can be reached.
+    Outbound *outbound_to(std::uint32_t sap, int &code);
+    void drop_outbound(std::uint32_t sap, int code);
     void look_after(std::uint32_t sap, WatchedPeer &peer);
     void look_at_peer(std::uint32_t sap);
     void forget_peer(std::uint32_t sap);

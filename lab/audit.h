@@ -9,6 +9,8 @@
 // other: an audit is about now.
 #pragma once
 
+#include "reply.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -59,6 +61,6 @@ struct Audit {
 Audit audit();
 
 std::string audit_table(const Audit &audit);
-std::string audit_json(const Audit &audit);
+Json audit_json(const Audit &audit);
 
 } // namespace kov_lab

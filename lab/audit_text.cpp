@@ -1,25 +1,13 @@
 // An audit as a person reads it, and as a program does.
 #include "audit.h"
+#include "text_line.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cstdio>
 #include <map>
 
 namespace kov_lab
 {
 namespace
 {
-
-using nlohmann::json;
-
-template <typename... Columns>
-std::string line(const char *form, Columns... columns)
-{
-    char text[160];
-    std::snprintf(text, sizeof text, form, columns...);
-    return text;
-}
 
 std::string row_of(const AuditSection &section)
 {
@@ -71,19 +59,19 @@ std::string verdict(const Audit &audit)
     return "no difference";
 }
 
-json list_of(const std::vector<PassedOver> &records)
+Json list_of(const std::vector<PassedOver> &records)
 {
-    json list = json::array();
+    Json list = Json::array();
     for (const PassedOver &record : records)
         list.push_back({{"record", record.key}, {"why", record.why}});
     return list;
 }
 
-json list_of(const std::vector<DifferentRecord> &records)
+Json list_of(const std::vector<DifferentRecord> &records)
 {
-    json list = json::array();
+    Json list = Json::array();
     for (const DifferentRecord &record : records) {
-        json fields = json::array();
+        Json fields = Json::array();
         for (const Disagreement &field : record.fields)
             fields.push_back({{"field", field.field}, {"cache", field.cache}, {"database", field.database}});
         list.push_back({{"record", record.key}, {"fields", fields}});
@@ -91,9 +79,9 @@ json list_of(const std::vector<DifferentRecord> &records)
     return list;
 }
 
-json object_of(const AuditSection &section)
+Json object_of(const AuditSection &section)
 {
-    json object = {{"name", section.name},
+    Json object = {{"name", section.name},
                    {"compared", section.compared},
                    {"database", section.in_database},
                    {"cacheable", section.cacheable},
@@ -123,13 +111,12 @@ std::string audit_table(const Audit &audit)
     return text + verdict(audit) + "\n";
 }
 
-std::string audit_json(const Audit &audit)
+Json audit_json(const Audit &audit)
 {
-    json records = json::array();
+    Json records = Json::array();
     for (const AuditSection &section : audit.sections)
         records.push_back(object_of(section));
-    const json object = {{"differences", audit.differences()}, {"records", records}};
-    return object.dump(2, ' ', true, json::error_handler_t::replace) + "\n";
+    return {{"differences", audit.differences()}, {"records", records}};
 }
 
 } // namespace kov_lab

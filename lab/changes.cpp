@@ -11,6 +11,12 @@ namespace kov_lab
 namespace
 {
 
+// Why clients have to clear a host, as profile messages say it.
+constexpr std::uint32_t code_vlan_deleted = 44;
+constexpr std::uint32_t code_vlan_changed = 45;
+constexpr std::uint32_t code_vni_deleted = 46;
+constexpr std::uint32_t code_vni_changed = 47;
+
 template <typename Record>
 bool same(const Record &left, const Record &right)
 {
@@ -97,7 +103,11 @@ bool Server::set_svi(std::string_view name, Settings settings, std::string &text
     text = std::string(name) + (fresh ? " created: " : ": ") + changes_text(svi_fields(), &before, &now);
     if (!fresh && same(before, now) && as == 0)
         return true;
-    return change({put(now)}, svi_notices(before, now, as), text);
+    if (!change({put(now)}, svi_notices(before, now, as), text))
+        return false;
+    if (!fresh)
+        text += clear_hosts_of_vlan(before.vlan_id, code_vlan_changed);
+    return true;
 }
 
 bool Server::del_svi(std::string_view name, std::string &text)
@@ -107,13 +117,17 @@ bool Server::del_svi(std::string_view name, std::string &text)
         return false;
     const auto found = published().svis.find(ifindex);
     if (found == published().svis.end()) {
-        text = "there is no " + std::string(name);
+        text = no_svi(published(), name);
         return false;
     }
+    const kov_rdb_sviinfo_t before = found->second;
     kov_rdb_sviinfo_t gone{};
     gone.svi_ifindex = ifindex;
     text = std::string(name) + " deleted";
-    return change({erase_svi(ifindex)}, svi_notices(found->second, gone), text);
+    if (!change({erase_svi(ifindex)}, svi_notices(before, gone), text))
+        return false;
+    text += clear_hosts_of_vlan(before.vlan_id, code_vlan_deleted);
+    return true;
 }
 
 // ---- Topologies ------------------------------------------------------------------------------------------
@@ -150,7 +164,10 @@ bool Server::change_topology(const kov_rdb_l2rib_topo_info_t &before, const kov_
     if (told.suppress_arp_l3_svi == 0)
         told.suppress_arp_l3_svi =
             before.suppress_arp_l3_svi; // it has lost its suppression, if there was one
-    return change(edits, topology_notices(told, svis), text);
+    if (!change(edits, topology_notices(told, svis), text))
+        return false;
+    text += clear_hosts_of_vni(before.vni, now.vni == 0 ? code_vni_deleted : code_vni_changed);
+    return true;
 }
 
 bool Server::set_topology(std::string_view name, Settings settings, std::string &text)
@@ -186,7 +203,7 @@ bool Server::del_topology(std::string_view name, std::string &text)
         return false;
     const auto found = published().topologies.find(bd);
     if (found == published().topologies.end()) {
-        text = "there is no topology " + std::to_string(bd);
+        text = no_topology(published(), bd);
         return false;
     }
     text = "topology " + std::to_string(bd) + " deleted";
@@ -244,7 +261,7 @@ std::optional<Prefix> Server::parse_prefix(std::string_view vrf, std::string_vie
 {
     const auto parsed = parse_network(network, why);
     if (!published().knows_vrf(vrf))
-        why = "there is no VRF " + std::string(vrf);
+        why = no_vrf(published(), vrf);
     else if (parsed)
         return Prefix{std::string(vrf), *parsed};
     return std::nullopt;

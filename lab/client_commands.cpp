@@ -1,6 +1,7 @@
 #include "client_commands.h"
 
 #include "audit.h"
+#include "commands.h"
 #include "database.h"
 #include "glean_commands.h"
 #include "host_commands.h"
@@ -8,13 +9,15 @@
 #include "profile_commands.h"
 #include "queries.h"
 #include "route_commands.h"
+#include "stats.h"
 
 #include <kov/kov_api.h>
-#include <kov/platform/cli.h>
+#include <kov/platform/dbgw.h>
 #include <kov/platform/ipc.h>
 #include <kov_host.h>
 
 #include <cinttypes>
+#include <cstdio>
 #include <exception>
 #include <unistd.h>
 
@@ -23,65 +26,57 @@ namespace kov_lab
 namespace
 {
 
-constexpr int done = 0;
-constexpr int refused = 1;
-constexpr int misused = 2;
+constexpr std::uint32_t debug_library = 33; // kov/kov_debug.h
+constexpr std::uint32_t debug_level = 1;
 
 // ---- The commands ----------------------------------------------------------------------------------------
 
-int get(std::span<const char *const> words, std::string &text)
+Reply unreadable(int status)
+{
+    return {status, std::string("the database cannot be read: ") + kov_host_error() + "\n"};
+}
+
+Reply no_query(Words words)
+{
+    const std::string unknown = words.empty() ? "" : "there is no query \"" + std::string(words[0]) + "\"\n";
+    return {misused, unknown + "usage: get QUERY, one of\n" + kov_lab_query_help()};
+}
+
+Reply get(Words words)
 {
     const Query *query = words.empty() ? nullptr : find_query(words[0]);
-    if (query == nullptr) {
-        text = std::string("usage: get QUERY, one of\n") + kov_lab_query_help();
-        return misused;
-    }
+    if (query == nullptr)
+        return no_query(words);
     Arguments arguments;
     std::string why;
-    if (!parse_arguments(*query, words.subspan(1), arguments, why)) {
-        text = why + "\nusage: get " + usage_of(*query) + "\n";
-        return misused;
-    }
-    if (kov_api_initialized() == 0) {
-        text = std::string("the database cannot be read: ") + kov_host_error() + "\n";
-        return refused;
-    }
+    if (!parse_arguments(*query, words.subspan(1), arguments, why))
+        return {misused, why + "\nusage: get " + usage_of(*query) + "\n"};
+    if (kov_api_initialized() == 0)
+        return unreadable(refused);
     const std::uint64_t before = database_reads();
     const Answer answer = query->ask(arguments);
-    text = answer.call + " = " + answer.text;
-    text += query->reads ? ", " + source_since(before) + "\n" : "\n";
-    return done;
+    Json json{
+        {"query", query->name}, {"call", answer.call}, {"answer", answer.text}, {"value", answer.value}};
+    const std::string text = answer.call + " = " + answer.text;
+    if (!query->reads)
+        return said(true, text, json);
+    json.update(source_json(before));
+    return said(true, text + ", " + source_since(before), json);
 }
 
-int run_get(void *cli, std::span<const char *const> words)
-{
-    std::string text;
-    const int status = get(words, text);
-    cli_cmd_printf(cli, "%s", text.c_str());
-    return status;
-}
+Reply run_get(const Call &call) { return get(call.words); }
 
-int audit_now(bool json, std::string &text)
+void complete_get(const Call &call, Candidates &out) { out = query_candidates(call.words); }
+
+Reply audit_now()
 {
-    if (kov_api_initialized() == 0) {
-        text = std::string("the database cannot be read: ") + kov_host_error() + "\n";
-        return misused;
-    }
+    if (kov_api_initialized() == 0)
+        return unreadable(misused);
     const Audit result = audit();
-    text = json ? audit_json(result) : audit_table(result);
-    return result.differences() == 0 ? done : refused;
+    return {result.differences() == 0 ? done : refused, audit_table(result), audit_json(result)};
 }
 
-int run_audit(void *cli, std::span<const char *const> words)
-{
-    std::string text = "usage: audit [json]\n";
-    const bool json = words.size() == 1 && std::string_view(words[0]) == "json";
-    const int status = words.empty() || json ? audit_now(json, text) : misused;
-    cli_cmd_printf(cli, "%s", text.c_str());
-    return status;
-}
-
-const std::uint64_t *handled_messages = nullptr;
+Reply run_audit(const Call &) { return audit_now(); }
 
 const char *registration_text()
 {
@@ -90,104 +85,109 @@ const char *registration_text()
     return kov_is_client_attached() != 0 ? "asked" : "no";
 }
 
-int run_status(void *cli, std::span<const char *const>)
+Reply run_status(const Call &)
 {
     kov_host_counters counters;
     kov_host_counters_get(&counters);
-    cli_cmd_printf(cli, "client: %s (pid %d, SAP %d)\n", kov_host_name(), getpid(),
-                   ipc_sap_get(kov_host_ipc_handle()));
-    cli_cmd_printf(cli, "directory: %s\n", kov_host_dir());
-    cli_cmd_printf(cli, "registered: %s\n", registration_text());
-    cli_cmd_printf(cli, "server losses: %" PRIu64 "\n", counters.ipc_peer_losses);
-    cli_cmd_printf(cli, "server returns: %" PRIu64 "\n", counters.ipc_peer_returns);
-    cli_cmd_printf(cli, "messages not sent: %" PRIu64 "\n", counters.ipc_send_failures);
-    cli_cmd_printf(cli, "received: %" PRIu64 "\n", counters.ipc_receives);
-    if (handled_messages != nullptr)
-        cli_cmd_printf(cli, "handled: %" PRIu64 "\n", *handled_messages);
-    cli_cmd_printf(cli, "database reads: %" PRIu64 "\n", database_reads());
-    return done;
+    const std::string name = kov_host_name();
+    const std::int32_t sap = ipc_sap_get(kov_host_ipc_handle());
+    Listing list;
+    list.add("client", name + " (pid " + std::to_string(getpid()) + ", SAP " + std::to_string(sap) + ")",
+             {{"client", name}, {"pid", getpid()}, {"sap", sap}});
+    list.add("directory", kov_host_dir());
+    list.add("registered", registration_text());
+    list.add("server losses", counters.ipc_peer_losses);
+    list.add("server returns", counters.ipc_peer_returns);
+    list.add("messages not sent", counters.ipc_send_failures);
+    list.add("messages unread", counters.ipc_peer_unread);
+    list.add("received", counters.ipc_receives);
+    list.add("handled", handled_messages());
+    list.add("database reads", database_reads());
+    return list.reply();
 }
 
-// The report reads the word "detail" itself.
-int run_show_cache(void *cli, std::span<const char *const> words)
+Reply run_stats(const Call &)
 {
-    if (words.size() > 1 || (words.size() == 1 && std::string_view(words[0]) != "detail")) {
-        cli_cmd_printf(cli, "usage: show cache [detail]\n");
-        return misused;
-    }
-    kov_api_print_cache_stats(cli);
-    return done;
+    const Stats now = look();
+    return {done, stats_text(now), Json::parse(stats_json(now))};
 }
 
-const char *yes_or_no(bool flag) { return flag ? "yes" : "no"; }
-
-int run_show_capability(void *cli, std::span<const char *const>)
+// The report reads the word "detail" itself, and prints.
+Reply run_show_cache(const Call &call)
 {
-    cli_cmd_printf(cli, "fabric forwarding: %s\n", yes_or_no(kov_test_fwd_supported() != 0));
-    cli_cmd_printf(cli, "host auto-configuration: %s\n", yes_or_no(kov_test_autoconfig_supported() != 0));
-    cli_cmd_printf(cli, "the card supports auto-configuration only: %s\n",
-                   yes_or_no(kov_is_platform_autoconf_only() != 0));
-    return done;
+    if (!call.words.empty() && std::string_view(call.words[0]) != "detail")
+        return misuse("show cache [detail]");
+    kov_api_print_cache_stats(call.cli);
+    return {};
 }
 
-using Tell = bool (*)(std::span<const char *const> words, std::string &text);
-
-template <Tell tell>
-int run_tell(void *cli, std::span<const char *const> words)
+void complete_show_cache(const Call &call, Candidates &out)
 {
-    std::string text;
-    const bool good = tell(words, text);
-    cli_cmd_printf(cli, "%s\n", text.c_str());
-    return good ? done : text.starts_with("usage") ? misused : refused;
+    if (place_of(call) == 0)
+        out.emplace_back("detail");
 }
 
-int run_debug_on(void *cli, std::span<const char *const>)
+Reply run_show_capability(const Call &)
 {
-    return kov_api_debug_on(cli) != 0 ? done : refused;
+    Listing list;
+    list.add("fabric forwarding", kov_test_fwd_supported() != 0);
+    list.add("host auto-configuration", kov_test_autoconfig_supported() != 0);
+    list.add("the card supports auto-configuration only", kov_is_platform_autoconf_only() != 0);
+    return list.reply();
 }
 
-int run_debug_off(void *cli, std::span<const char *const>)
+Reply run_debug_on(const Call &call) { return {kov_api_debug_on(call.cli) != 0 ? done : refused, ""}; }
+
+// The library has one switch for all terminals, and turns it off with any. One that is still on wants it on.
+Reply run_debug_off(const Call &call)
 {
-    return kov_api_debug_off(cli) != 0 ? done : refused;
+    if (kov_api_debug_off(call.cli) == 0)
+        return {refused, ""};
+    if (dbgw_library_chk_int(debug_library, debug_level) != 0)
+        kov_api_vty_dbg_on(""); // no terminal: the library's switch only
+    return {};
 }
-
-struct Command {
-    const char *name;
-    const char *help;
-    int (*run)(void *cli, std::span<const char *const> words);
-};
 
 // clang-format off
-Command commands[] = {
-    {"get",       "QUERY [ARGUMENT...]: ask the library; without a query, the list", run_get},
-    {"audit",     "[json]: does the cache say what the database says?",           run_audit},
-    {"show cache",      "[detail]: the library's report of its state and its caches", run_show_cache},
-    {"show capability", "what the switch itself can do",                          run_show_capability},
-    {"verify",    "VRF ADDRESS: ask the server to verify a host",                 run_tell<verify_host>},
-    {"report",    "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]: tell what a probe showed", run_tell<report_host>},
-    {"profile add", "HOST [OPTION=VALUE...]: ask the server to apply a host's profile", run_tell<add_profile>},
-    {"profile del", "HOST: ask the server to remove a host's profile",            run_tell<del_profile>},
-    {"profile check", "HOST: ask the server to check a host's profile",           run_tell<check_profile>},
-    {"glean",     "VRF DEST SOURCE SVI [iif=INTERFACE] [value=N]: a packet to a destination not resolved yet", run_tell<tell_glean>},
-    {"set vrf",   "ID NAME: this process knows a VRF",                            run_tell<set_vrf>},
-    {"set route", "VRF PREFIX [conditional] [converted]: add a route, or change its flags", run_tell<set_route>},
-    {"del route", "VRF PREFIX: remove a route",                                   run_tell<del_route>},
-    {"list vrfs", "the VRFs of this process",                                     run_tell<list_vrfs>},
-    {"list routes", "the routes of this process",                                 run_tell<list_routes>},
-    {"status",    "registration, messages and reads",                             run_status},
-    {"debug on",  "the library's traces on this terminal",                        run_debug_on},
-    {"debug off", "no more traces",                                               run_debug_off},
+constexpr CommandRow commands[] = {
+    {"get",             "QUERY [ARGUMENT...]",   "ask the library; without a query, the list",          0, any_number, run_get, complete_get},
+    {"audit",           "",                      "does the cache say what the database says?",          0, 0, run_audit},
+    {"show cache",      "[detail]",              "the library's report of its state and its caches",    0, 1, run_show_cache, complete_show_cache, false},
+    {"show capability", "",                      "what the switch itself can do",                       0, 0, run_show_capability},
+    {"verify",          "VRF ADDRESS",           "ask the server to verify a host",                     2, 2, verify_host, complete_kind<vrf_kind>},
+    {"report",          "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]", "tell what a probe showed", 2, any_number, report_host, complete_report},
+    {"profile add",     "HOST [OPTION=VALUE...]", "ask the server to apply a host's profile",           1, any_number, add_profile, complete_options},
+    {"profile del",     "HOST",                  "ask the server to remove a host's profile",           1, 1, del_profile},
+    {"profile check",   "HOST",                  "ask the server to check a host's profile",            1, 1, check_profile},
+    {"glean",           "VRF DEST SOURCE SVI [iif=INTERFACE] [value=N]", "a packet to a destination not resolved yet", 4, any_number, tell_glean, complete_glean},
+    {"set vrf",         "ID NAME",               "this process knows a VRF",                            2, 2, set_vrf},
+    {"set route",       "VRF PREFIX [conditional] [converted]", "add a route, or change its flags",     2, any_number, set_route, complete_route},
+    {"del route",       "VRF PREFIX",            "remove a route",                                      2, 2, del_route, complete_route},
+    {"set host",        "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]", "a host that answers a probe", 2, any_number, set_host, complete_report},
+    {"del host",        "ADDRESS",               "a host that answers no more",                         1, 1, del_host, complete_host},
+    {"list hosts",      "",                      "the hosts that answer this process's probes",         0, 0, list_hosts},
+    {"list vrfs",       "",                      "the VRFs of this process",                            0, 0, list_vrfs},
+    {"list routes",     "",                      "the routes of this process",                          0, 0, list_routes},
+    {"status",          "",                      "registration, messages and reads",                    0, 0, run_status},
+    {"stats",           "",                      "counters by record type and by message type",         0, 0, run_stats},
+    {"debug on",        "",                      "the library's traces on this terminal",               0, 0, run_debug_on, nullptr, false},
+    {"debug off",       "",                      "no more traces",                                      0, 0, run_debug_off, nullptr, false},
 };
 // clang-format on
 
-// The host calls this with the command's row.
-int run_command(void *cli, int argc, const char *const *argv, void *command)
+// An answer for a caller within the process; it holds until the next one.
+template <typename Make>
+int answer_with(int json, const char **text, int on_failure, Make make)
 {
+    static std::string output;
     try {
-        return static_cast<const Command *>(command)->run(cli, {argv, static_cast<std::size_t>(argc)});
-    } catch (const std::exception &problem) {
-        cli_cmd_printf(cli, "%s\n", problem.what());
-        return refused;
+        const Reply reply = make();
+        output = json != 0 ? json_text(reply) : reply.text;
+        *text = output.c_str();
+        return reply.status;
+    } catch (const std::exception &) {
+        *text = "out of memory\n";
+        return on_failure;
     }
 }
 
@@ -198,40 +198,14 @@ using namespace kov_lab;
 
 extern "C" {
 
-int kov_lab_add_client_commands(const uint64_t *handled)
+int kov_lab_add_client_commands(void) { return add_commands(commands, nullptr); }
+
+int kov_lab_get(int argc, const char *const *argv, int json, const char **text)
 {
-    handled_messages = handled;
-    for (Command &command : commands)
-        if (kov_host_command_add(command.name, command.help, run_command, &command) != 0)
-            return -1;
-    return 0;
+    return answer_with(json, text, refused, [&] { return get({argv, static_cast<std::size_t>(argc)}); });
 }
 
-int kov_lab_get(int argc, const char *const *argv, const char **text)
-{
-    static std::string output;
-    try {
-        const int status = get({argv, static_cast<std::size_t>(argc)}, output);
-        *text = output.c_str();
-        return status;
-    } catch (const std::exception &) {
-        *text = "out of memory\n";
-        return refused;
-    }
-}
-
-int kov_lab_audit(int json, const char **text)
-{
-    static std::string output;
-    try {
-        const int status = audit_now(json != 0, output);
-        *text = output.c_str();
-        return status;
-    } catch (const std::exception &) {
-        *text = "out of memory\n";
-        return misused;
-    }
-}
+int kov_lab_audit(int json, const char **text) { return answer_with(json, text, misused, audit_now); }
 
 const char *kov_lab_message_text(const kov_client_msg *msg)
 {
@@ -242,6 +216,19 @@ const char *kov_lab_message_text(const kov_client_msg *msg)
     } catch (const std::exception &) {
         return "out of memory";
     }
+}
+
+const char *kov_lab_losses_text(void)
+{
+    static char text[96];
+    static kov_host_counters before;
+    kov_host_counters now;
+    kov_host_counters_get(&now);
+    const std::uint64_t unsent = now.ipc_send_failures - before.ipc_send_failures;
+    const std::uint64_t unread = now.ipc_peer_unread - before.ipc_peer_unread;
+    before = now;
+    std::snprintf(text, sizeof text, "; messages not sent: %" PRIu64 ", not read: %" PRIu64, unsent, unread);
+    return unsent + unread != 0 ? text : "";
 }
 
 const char *kov_lab_query_help(void)
@@ -256,15 +243,15 @@ const char *kov_lab_query_help(void)
     return text.c_str();
 }
 
-int kov_lab_parse_types(const char *text, uint32_t *types)
+const char *kov_lab_parse_types(const char *text, uint32_t *types)
 {
-    std::string why;
+    static std::string why;
     const auto mask = parse_mask(text, why);
     if (!mask)
-        return -1;
+        return why.c_str();
     for (std::uint32_t mtype = 0; mtype < KOV_MTYPE_LIST_LENGTH; ++mtype)
         types[mtype] = (*mask >> mtype & 1) != 0 ? mtype : 0;
-    return 0;
+    return nullptr;
 }
 
 } // extern "C"

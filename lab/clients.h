@@ -25,6 +25,9 @@ struct Client {
     std::deque<Bytes> waiting;
 };
 
+// Whether the client registered for messages of this type.
+inline bool wants(const Client &client, std::uint32_t mtype) { return (client.mask >> mtype & 1) != 0; }
+
 struct ClientCounters {
     std::uint64_t sent = 0;    // messages that stand in a client's socket
     std::uint64_t delayed = 0; // messages that had to wait first

@@ -187,6 +187,12 @@ std::uint64_t database_reads()
     return counters.rdb_reads + counters.rdb_steps;
 }
 
+Json source_json(std::uint64_t before)
+{
+    const std::uint64_t reads = database_reads() - before;
+    return {{"answered_from", reads == 0 ? "cache" : "database"}, {"database_reads", reads}};
+}
+
 std::string source_since(std::uint64_t before)
 {
     const std::uint64_t reads = database_reads() - before;

@@ -1,6 +1,7 @@
 // The database as it is now, read record by record and decoded without the library's cache or queries.
 #pragma once
 
+#include "reply.h"
 #include "scenario.h"
 
 #include <string>
@@ -29,7 +30,9 @@ Database read_database();
 // How often this process has read a record of the database, one by one or in a walk.
 std::uint64_t database_reads();
 
-// Where the answers since then came from: "from cache", "from database (3 reads)".
+// Where the answers since then came from: "from cache", "from database (3 reads)"; for a program
+// "answered_from" and "database_reads".
 std::string source_since(std::uint64_t before);
+Json source_json(std::uint64_t before);
 
 } // namespace kov_lab

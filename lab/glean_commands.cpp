@@ -60,12 +60,8 @@ bool parse_option(std::string_view word, Glean &out, std::string &why)
     return out.iif != 0;
 }
 
-bool parse_glean(std::span<const char *const> words, Glean &out, std::string &why)
+bool parse_glean(Words words, Glean &out, std::string &why)
 {
-    if (words.size() < 4) {
-        why = "usage: glean VRF DEST SOURCE SVI [iif=INTERFACE] [value=N]";
-        return false;
-    }
     out.vrf = words[0];
     const auto vrf_id = vrf_id_of(out.vrf, why);
     if (!vrf_id || !parse_hosts(words[1], words[2], out, why))
@@ -115,25 +111,50 @@ kov_host_counters counters_now()
     return counters;
 }
 
+Json json_of(const Glean &glean, const void *route)
+{
+    return {{"call", "kov_process_glean_notification"},
+            {"route", route != nullptr},
+            {"vrf", glean.vrf},
+            {"destination", host_text(glean.destination)},
+            {"source", host_text(glean.source)},
+            {"svi", name_of_interface(glean.svi)},
+            {"iif", name_of_interface(glean.iif)}};
+}
+
 } // namespace
 
-bool tell_glean(std::span<const char *const> words, std::string &text)
+Reply tell_glean(const Call &call)
 {
     Glean glean;
-    if (!parse_glean(words, glean, text))
-        return false;
+    std::string why;
+    if (!parse_glean(call.words, glean, why))
+        return refusal(why);
     const void *route = kov_host_route_find(glean.vrf_id, host_text(glean.destination).c_str());
     const std::uint64_t reads = database_reads();
     const kov_host_counters before = counters_now();
     const std::uint32_t result = process(glean, route);
     const kov_host_counters after = counters_now();
     const bool failed = after.ipc_send_failures != before.ipc_send_failures;
-    text = call_text(glean, route) + " = " + std::to_string(result);
-    text += failed                                ? ", the message could not be sent"
-            : after.ipc_sends != before.ipc_sends ? ", told the server"
-                                                  : ", nothing to tell";
-    text += ", " + source_since(reads);
-    return !failed;
+    const bool told = after.ipc_sends != before.ipc_sends;
+    Json json = json_of(glean, route);
+    json.update(Json{{"result", result}, {"told_server", told}});
+    json.update(source_json(reads));
+    const char *effect = failed ? ", the message could not be sent, "
+                         : told ? ", told the server, "
+                                : ", nothing to tell, ";
+    return said(!failed,
+                call_text(glean, route) + " = " + std::to_string(result) + effect + source_since(reads),
+                json);
+}
+
+void complete_glean(const Call &call, Candidates &out)
+{
+    complete_known_vrf(call, out);
+    if (place_of(call) == 3)
+        out.emplace_back(svi_kind);
+    else if (place_of(call) > 3)
+        out = {"iif=", "value=", std::string("iif=") + svi_kind, std::string("iif=") + port_kind};
 }
 
 } // namespace kov_lab

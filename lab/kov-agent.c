@@ -18,7 +18,6 @@ uint32_t kov_api_wait_for_init = 0;
 
 static const char *name = "kov-agent";
 static uint32_t types[KOV_MTYPE_LIST_LENGTH];
-static uint64_t handled; /* messages that the library took, for "status" on this process's command line */
 
 /* The library's callback: one message, in host order, valid until this function returns. The cache is
  * refreshed before it runs, so a client of your own asks here what it wants to know: kov_get_fwd_mode(svi).
@@ -40,8 +39,15 @@ static uint32_t on_answer(uint32_t code, uint32_t op, uint32_t ref, uint32_t key
 static uint32_t on_check(uint32_t code, uint32_t op, uint32_t ref, uint32_t key_len, const uint8_t *key,
                          const kov_profile_reply *reply, const kov_profile_options_t *options)
 {
+    kov_host_verified found;
+    uint32_t nd, told;
     (void)options;
-    return printf("check this: %s\n", kov_lab_profile_text(code, op, ref, key_len, key, reply)) > 0;
+    printf("check this: %s\n", kov_lab_profile_text(code, op, ref, key_len, key, reply));
+    if (!kov_lab_probe(key_len, key, &found, &nd)) /* an ARP or ND probe of your own; silence tells nothing */
+        return printf("  it does not answer\n") > 0;
+    told = kov_arp_nd_host_verification_resp(&found, nd);
+    return printf("  it answers on %s; %s\n", kov_ifindex_name_str(found.ifindex),
+                  told ? "told the server" : "the server cannot be told") > 0;
 }
 
 static uint32_t on_clear(uint32_t code, uint32_t op, uint32_t ref, uint32_t key_len, const uint8_t *key,
@@ -57,7 +63,7 @@ static void on_message(const ipc_message *msg, void *arg)
 {
     const uint32_t before = kov_is_client_registration_done();
     (void)arg;
-    handled += kov_dispatch(msg);
+    kov_lab_dispatch(msg); /* kov_dispatch, counted for "stats" on this process's command line */
     if (!before && kov_is_client_registration_done())
         printf("registered; answers now come from the cache\n");
     fflush(stdout);
@@ -69,7 +75,7 @@ static int usage(int status)
             "usage: kov-agent [-d DIR] [-n NAME] [-t TYPES]\n"
             "  -d, --dir DIR      runtime directory ($KOV_HOST_DIR, or the user's own)\n"
             "  -n, --name NAME    the client's name; kovctl -c NAME reaches it (kov-agent)\n"
-            "  -t, --types TYPES  message types to register for, like 9,18 (4-20)\n"
+            "  -t, --types TYPES  message types to register for, like svi,topology or 9,19 (all)\n"
             "Ends on Ctrl-C or SIGTERM.\n");
     return status;
 }
@@ -88,9 +94,9 @@ static void on_server(uint32_t sap, int present, void *arg)
 {
     (void)sap, (void)arg;
     if (!present)
-        printf("the server is gone; the cache goes on answering\n");
+        printf("the server is gone; the cache goes on answering%s\n", kov_lab_losses_text());
     else if (kov_deregister_client() && ask_server()) /* else it is gone once more, and will be back */
-        printf("the server is back; asked it to register %s\n", name);
+        printf("the server is back; asked it to register %s%s\n", name, kov_lab_losses_text());
     fflush(stdout);
 }
 
@@ -119,7 +125,7 @@ int main(int argc, char **argv)
     static const struct option options[] = {
         {"dir", 1, NULL, 'd'}, {"name", 1, NULL, 'n'}, {"types", 1, NULL, 't'}, {"help", 0, NULL, 'h'}, {0}};
     const char *dir = NULL;
-    const char *list = "4-20";
+    const char *list = "all", *wrong;
     int option, status;
     while ((option = getopt_long(argc, argv, "d:n:t:h", options, NULL)) != -1) {
         if (option == 'd')
@@ -131,9 +137,14 @@ int main(int argc, char **argv)
         else
             return usage(option == 'h' ? 0 : 2);
     }
-    if (optind != argc || kov_lab_parse_types(list, types) != 0)
+    if (optind != argc)
         return usage(2);
-    if (kov_lab_add_client_commands(&handled) != 0 || kov_host_attach(dir, name) != 0)
+    wrong = kov_lab_parse_types(list, types);
+    if (wrong != NULL) {
+        fail(wrong);
+        return 2;
+    }
+    if (kov_lab_add_client_commands() != 0 || kov_host_attach(dir, name) != 0)
         return fail(kov_host_error());
     status = run();
     kov_host_detach();

@@ -53,6 +53,8 @@ void log_problem(const char *fmt, ...)
     const Line line(fmt, args);
     va_end(args);
     std::fprintf(stderr, "kovd: warning: %s\n", line.text);
+    if (terminals_want_frames())
+        tracef_func(trace_level, nullptr, "kovd", 0, "warning: %s", line.text);
 }
 
 } // namespace kov_lab

@@ -1,12 +1,12 @@
-// What the server says while it runs, a line each: on its error output, and frames also on the terminals that
-// asked for them.
+// What the server says while it runs, a line each: on its error output, and on the terminals that asked for
+// it.
 #pragma once
 
 namespace kov_lab
 {
 
-// Problems are always told; the frames that come in and go out only when somebody asked for it (-v, or "debug
-// on" at a terminal).
+// Problems are always told on the error output; the frames that come in and go out only when somebody asked
+// for it (-v). A terminal that asked ("debug on") is told both.
 void log_frames(bool on);
 bool frames_are_logged();
 void log_frame(const char *fmt, ...) __attribute__((format(printf, 1, 2)));

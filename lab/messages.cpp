@@ -5,21 +5,12 @@
 #include <kov/kov_debug.h>
 #include <kov/kov_enums.h>
 
-#include <cstdio>
 #include <cstring>
 
 namespace kov_lab
 {
 namespace
 {
-
-template <typename Record>
-Record record_at(const std::uint8_t *at)
-{
-    Record record;
-    std::memcpy(&record, at, sizeof record);
-    return record;
-}
 
 std::uint32_t word_at(const std::uint8_t *at) { return record_at<std::uint32_t>(at); }
 
@@ -74,42 +65,38 @@ std::string topology(const std::uint8_t *at)
     return "bridge domain " + number(at) + ", SVI " + interface(at + 16);
 }
 
-struct TypeRow {
+struct RecordRow {
     std::uint32_t mtype;
-    const char *name;
-    DescribeRecord describe; // null: the type carries no records
+    DescribeRecord describe;
 };
 
+// The types that carry records.
 // clang-format off
-constexpr TypeRow type_rows[] = {
-    {KOV_MTYPE_REGISTER,            "register request",             nullptr},
-    {KOV_MTYPE_REGISTER_ACK,        "registration acknowledgement", nullptr},
-    {KOV_MTYPE_DEREGISTER,          "deregister request",           nullptr},
-    {KOV_MTYPE_FABRIC_ID,           "fabric id",                    number},
-    {KOV_MTYPE_CONV_LEARNING,       "conversational learning",      on_off},
-    {KOV_MTYPE_SWITCH_ROLE,         "switch role",                  role},
-    {KOV_MTYPE_ANYCAST_GW_MAC,      "anycast gateway MAC",          mac},
-    {KOV_MTYPE_AGGR_SUB_PFX,        "aggregate subnet prefix",      aggregate},
-    {KOV_MTYPE_SVI_FWD_MODE,        "SVI forwarding mode",          interface},
-    {KOV_MTYPE_PORT_TRACKING,       "port tracking",                interface},
-    {KOV_MTYPE_FABRIC_CTRL_SEG,     "fabric control segment",       control_segment},
-    {KOV_MTYPE_PROFILE_MGMT,        "profile message",              nullptr},
-    {KOV_MTYPE_CONV_AGING_TIMEOUT,  "conversational aging timeout", aging},
-    {KOV_MTYPE_FERRO_MIGRATION,     "fabric migration",             on_off},
-    {KOV_MTYPE_SVI_MIGRATION,       "SVI migration",                interface},
-    {KOV_MTYPE_FWD_ENCAP,           "forwarding encapsulation",     encapsulation},
-    {KOV_MTYPE_SWITCH_ROLE_CHANGE,  "switch role change",           role_change},
-    {KOV_MTYPE_SVI_FWD_MODE_CHANGE, "SVI forwarding mode change",   mode_change},
-    {KOV_MTYPE_SUPPRESS_ARP_TOPO,   "suppress-ARP topology",        topology},
-    {KOV_MTYPE_PORT_L2DCI,          "port L2DCI",                   interface},
+constexpr RecordRow record_rows[] = {
+    {KOV_MTYPE_FABRIC_ID,           number},
+    {KOV_MTYPE_CONV_LEARNING,       on_off},
+    {KOV_MTYPE_SWITCH_ROLE,         role},
+    {KOV_MTYPE_ANYCAST_GW_MAC,      mac},
+    {KOV_MTYPE_AGGR_SUB_PFX,        aggregate},
+    {KOV_MTYPE_SVI_FWD_MODE,        interface},
+    {KOV_MTYPE_PORT_TRACKING,       interface},
+    {KOV_MTYPE_FABRIC_CTRL_SEG,     control_segment},
+    {KOV_MTYPE_CONV_AGING_TIMEOUT,  aging},
+    {KOV_MTYPE_FERRO_MIGRATION,     on_off},
+    {KOV_MTYPE_SVI_MIGRATION,       interface},
+    {KOV_MTYPE_FWD_ENCAP,           encapsulation},
+    {KOV_MTYPE_SWITCH_ROLE_CHANGE,  role_change},
+    {KOV_MTYPE_SVI_FWD_MODE_CHANGE, mode_change},
+    {KOV_MTYPE_SUPPRESS_ARP_TOPO,   topology},
+    {KOV_MTYPE_PORT_L2DCI,          interface},
 };
 // clang-format on
 
-const TypeRow *row_of(std::uint32_t mtype)
+DescribeRecord describer_of(std::uint32_t mtype)
 {
-    for (const TypeRow &row : type_rows)
+    for (const RecordRow &row : record_rows)
         if (row.mtype == mtype)
-            return &row;
+            return row.describe;
     return nullptr;
 }
 
@@ -146,117 +133,7 @@ kov_fabric_ctrl_seg_update binding_of(const kov_rdb_sviinfo_t &svi)
     return record;
 }
 
-// ---- Frames that the server receives ---------------------------------------------------------------------
-
-using DescribeFrame = std::string (*)(const std::uint8_t *payload);
-
-std::string registration(const std::uint8_t *payload)
-{
-    const auto request = record_at<kov_registration_request>(payload);
-    const std::string who = '"' + printable(request.client_name, sizeof request.client_name) + "\" (pid " +
-                            std::to_string(request.pid) + ", SAP " + std::to_string(request.sap) + ")";
-    if (request.mtype == KOV_MTYPE_DEREGISTER)
-        return "deregister " + who;
-    if (request.mtype == KOV_MTYPE_REGISTER)
-        return "register " + who + " for types " + mask_text(request.mtype_mask);
-    return "client message of type " + std::to_string(request.mtype);
-}
-
-std::string glean(const std::uint8_t *payload)
-{
-    const auto msg = record_at<kov_glean_msg>(payload);
-    const bool v4 = msg.family == 1;
-    return "glean " + (v4 ? v4_text(word_at(msg.dst)) : v6_text(msg.dst)) + " in VRF " +
-           std::to_string(msg.vrf_id) + " on " + kov_ifindex_name_str(msg.svi_ifindex);
-}
-
-std::string verify(const std::uint8_t *payload)
-{
-    const auto msg = record_at<kov_host_verify_msg>(payload);
-    const bool v4 = msg.family == 1;
-    return "verify host " + (v4 ? v4_text(__builtin_bswap32(word_at(msg.addr))) : std::string("(IPv6)")) +
-           " in VRF " + printable(msg.vrf_name, sizeof msg.vrf_name);
-}
-
-std::string arp_result(const std::uint8_t *payload)
-{
-    const auto msg = record_at<kov_arp_verified_msg>(payload);
-    return "ARP verified " + v4_text(msg.addr) + " on " + kov_ifindex_name_str(msg.ifindex);
-}
-
-std::string nd_result(const std::uint8_t *payload)
-{
-    const auto msg = record_at<kov_nd_verified_msg>(payload);
-    return "ND verified " + v6_text(msg.addr) + " on iod " + std::to_string(msg.iod);
-}
-
-struct FrameRow {
-    std::uint32_t opcode;
-    std::size_t size;
-    DescribeFrame describe;
-};
-
-// clang-format off
-constexpr FrameRow frame_rows[] = {
-    {KOV_OPC_CLIENT,       sizeof(kov_registration_request), registration},
-    {KOV_OPC_GLEAN,        sizeof(kov_glean_msg),            glean},
-    {KOV_OPC_HOST_VERIFY,  sizeof(kov_host_verify_msg),      verify},
-    {KOV_OPC_ARP_VERIFIED, sizeof(kov_arp_verified_msg),     arp_result},
-    {KOV_OPC_ND_VERIFIED,  sizeof(kov_nd_verified_msg),      nd_result},
-};
-// clang-format on
-
-std::string unknown_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
-{
-    char text[64];
-    std::snprintf(text, sizeof text, "unknown frame, opcode 0x%X, %zu bytes", opcode, payload.size());
-    return text;
-}
-
 } // namespace
-
-const char *mtype_name(std::uint32_t mtype)
-{
-    const TypeRow *row = row_of(mtype);
-    return row != nullptr ? row->name : "unknown type";
-}
-
-std::string mask_text(std::uint32_t mask)
-{
-    std::string text;
-    for (unsigned first = 0; first < 32; ++first) {
-        if ((mask >> first & 1) == 0)
-            continue;
-        unsigned last = first;
-        while (last < 31 && (mask >> (last + 1) & 1) != 0)
-            ++last;
-        text += (text.empty() ? "" : ",") + std::to_string(first);
-        if (last > first)
-            text += "-" + std::to_string(last);
-        first = last;
-    }
-    return text.empty() ? "none" : text;
-}
-
-std::optional<std::uint32_t> parse_mask(std::string_view text, std::string &why)
-{
-    std::uint32_t mask = 0;
-    for (;;) {
-        const std::size_t comma = text.find(',');
-        const std::string_view part = text.substr(0, comma);
-        const std::size_t dash = part.find('-');
-        const auto first = parse_number(part.substr(0, dash), 1, KOV_MTYPE_END - 1, why);
-        const auto last =
-            dash == part.npos ? first : parse_number(part.substr(dash + 1), 1, KOV_MTYPE_END - 1, why);
-        if (!first || !last)
-            return std::nullopt;
-        for (std::uint32_t mtype = *first; mtype <= *last; ++mtype)
-            mask |= 1u << mtype;
-        if (comma == text.npos)
-            return mask;
-        text.remove_prefix(comma + 1);
-    }
-}
 
 // A type without a size of its records has one or none.
 Bytes make_message(std::uint32_t mtype, std::span<const std::uint8_t> records)
@@ -352,14 +229,14 @@ Bytes prefix_message(const std::string &vrf, const Network &network)
 
 std::string describe_message(const kov_client_msg &msg)
 {
-    const TypeRow *row = row_of(msg.mtype);
+    const DescribeRecord describe = describer_of(msg.mtype);
     std::string text = "type " + std::to_string(msg.mtype) + ", " + mtype_name(msg.mtype);
-    if (row == nullptr || row->describe == nullptr)
+    if (describe == nullptr)
         return text;
     const std::uint32_t size = kov_get_clients_msg_data_sz(msg.mtype);
     const auto *at = reinterpret_cast<const std::uint8_t *>(&msg) + sizeof msg;
     for (std::uint32_t i = 0; i < msg.count; ++i, at += size)
-        text += (i == 0 ? ": " : "; ") + row->describe(at);
+        text += (i == 0 ? ": " : "; ") + describe(at);
     return text;
 }
 
@@ -369,16 +246,6 @@ std::string describe_sent(Bytes message)
     const auto &header = *reinterpret_cast<const kov_client_msg *>(message.data());
     const bool profile = header.mtype == KOV_MTYPE_PROFILE_MGMT;
     return describe_message(header) + (profile ? ": " + describe_profile_answer(message) : "");
-}
-
-std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload)
-{
-    for (const FrameRow &row : frame_rows)
-        if (row.opcode == opcode && row.size == payload.size())
-            return row.describe(payload.data());
-    if (is_profile_request(opcode, payload))
-        return describe_profile_request(payload);
-    return unknown_frame(opcode, payload);
 }
 
 std::string printable(const void *at, std::size_t width)

@@ -1,17 +1,18 @@
 // The messages between server and clients: made for sending, and told in one line each.
 //
 // Building fills records in host order and lets the library's exported converter turn the whole message into
-// network order, once. Describing takes what kov_dispatch hands to a handler (host order, checked against its
-// length), or, for the server, a raw frame that nobody has checked: that one never reads past the payload and
-// shows no unprintable character.
+// network order, once. Describing takes what kov_dispatch hands to a handler: host order, checked against its
+// length.
 #pragma once
 
+#include "message_types.h"
 #include "values.h"
 
 #include <kov/kov_messages.h>
 #include <kov/kov_records.h>
 
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,13 +23,6 @@ namespace kov_lab
 {
 
 using Bytes = std::vector<std::uint8_t>;
-
-// "SVI forwarding mode" for 9; "unknown type" for what is none.
-const char *mtype_name(std::uint32_t mtype);
-
-// Lists of types: "4-20", "9,18". Bit t of a mask stands for type t; a client registers for 1 to 20.
-std::string mask_text(std::uint32_t mask);
-std::optional<std::uint32_t> parse_mask(std::string_view text, std::string &why);
 
 // A header and its records, both as they stand in memory, ready to be sent.
 Bytes make_message(std::uint32_t mtype, std::span<const std::uint8_t> records = {});
@@ -50,8 +44,14 @@ Bytes prefix_message(const std::string &vrf, const Network &network);
 std::string describe_message(const kov_client_msg &msg);
 // The same for a message as it is sent, in network order.
 std::string describe_sent(Bytes message);
-// "register \"arp\" (pid 812, SAP 2000) for types 4-20"
-std::string describe_frame(std::uint32_t opcode, std::span<const std::uint8_t> payload);
+// A record as it stands in a message, at any alignment.
+template <typename Record>
+Record record_at(const std::uint8_t *at)
+{
+    Record record;
+    std::memcpy(&record, at, sizeof record);
+    return record;
+}
 
 // Text from a peer: up to the first NUL, with every byte that is no printable character as "?".
 std::string printable(const void *at, std::size_t width);

@@ -3,16 +3,18 @@
 // this process, by which its answers are known.
 #pragma once
 
-#include <span>
-#include <string>
+#include "commands.h"
 
 namespace kov_lab
 {
 
-// Each runs one call of the library. True when the message was sent; `text` is the call and its result, or
-// what is wrong with the words. The answer goes to the client's callbacks.
-bool add_profile(std::span<const char *const> words, std::string &text);
-bool del_profile(std::span<const char *const> words, std::string &text);
-bool check_profile(std::span<const char *const> words, std::string &text);
+// Each runs one call of the library. Refused when the message was not sent; the text is the call and its
+// result, or what is wrong with the words. The answer goes to the client's callbacks.
+Reply add_profile(const Call &call);
+Reply del_profile(const Call &call);
+Reply check_profile(const Call &call);
+
+// HOST OPTION=VALUE...
+void complete_options(const Call &call, Candidates &out);
 
 } // namespace kov_lab

@@ -2,8 +2,10 @@
 
 #include "client_commands.h"
 #include "profile_options.h"
+#include "scenario.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <exception>
 
@@ -15,14 +17,6 @@ namespace
 constexpr std::size_t key_at_in_request = sizeof(kov_profile_request);
 constexpr std::size_t key_at_in_message = sizeof(kov_client_msg);
 constexpr std::size_t reply_at = key_at_in_message + sizeof(kov_uhost_key_t);
-
-template <typename Record>
-Record record_at(std::span<const std::uint8_t> bytes, std::size_t at)
-{
-    Record record;
-    std::memcpy(&record, bytes.data() + at, sizeof record);
-    return record;
-}
 
 template <typename Record>
 void append(Bytes &bytes, const Record &record)
@@ -52,7 +46,48 @@ std::string callback_text(std::uint32_t code, std::uint32_t op, std::uint32_t ho
     return text;
 }
 
+// "error-no-vlan" for "Error: No VLAN".
+std::string code_word(std::uint32_t code)
+{
+    std::string word;
+    for (const char c : std::string_view(kov_profile_data_value_to_string(code)))
+        if (std::isalnum(static_cast<unsigned char>(c)) != 0)
+            word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        else if (!word.ends_with('-'))
+            word += '-';
+    return word;
+}
+
+// The codes that the library has a text of their own for.
+bool is_named(std::uint32_t code)
+{
+    return std::string_view(kov_profile_data_value_to_string(code)) != "Error: Unknown";
+}
+
 } // namespace
+
+std::optional<std::uint32_t> parse_profile_code(std::string_view text, std::string &why)
+{
+    for (std::uint32_t code = 1; code <= last_profile_code; ++code)
+        if (is_named(code) && text == code_word(code))
+            return code;
+    if (const bool number = !text.empty() && text.find_first_not_of("-0123456789") == text.npos; number)
+        return parse_number(text, 1, last_profile_code, why);
+    why = '"' + std::string(text) + "\" is no code: 1 to " + std::to_string(last_profile_code);
+    for (const std::string &word : profile_code_words())
+        why += ", " + word;
+    return std::nullopt;
+}
+
+std::vector<std::string> profile_code_words()
+{
+    std::vector<std::string> words;
+    for (std::uint32_t code = 1; code <= last_profile_code; ++code)
+        if (const std::string word = code_word(code);
+            is_named(code) && std::find(words.begin(), words.end(), word) == words.end())
+            words.push_back(word);
+    return words;
+}
 
 kov_uhost_key_t host_key(std::string_view host, kov_profile_op op)
 {
@@ -93,17 +128,17 @@ std::string operation_text(std::uint32_t op)
 bool is_profile_request(std::uint32_t opcode, std::span<const std::uint8_t> payload)
 {
     return opcode == KOV_OPC_CLIENT && payload.size() >= sizeof(kov_profile_request) &&
-           record_at<kov_registration_request>(payload, 0).mtype == KOV_MTYPE_PROFILE_MGMT;
+           record_at<kov_registration_request>(payload.data()).mtype == KOV_MTYPE_PROFILE_MGMT;
 }
 
 std::optional<kov_uhost_key_t> host_key_of(std::span<const std::uint8_t> payload, std::string &why)
 {
-    const auto request = record_at<kov_profile_request>(payload, 0);
+    const auto request = record_at<kov_profile_request>(payload.data());
     why = "its profile request has no host's key";
     if (request.key_count != 1 || request.key_len != sizeof(kov_uhost_key_t) ||
         payload.size() < key_at_in_request + sizeof(kov_uhost_key_t))
         return std::nullopt;
-    const auto key = record_at<kov_uhost_key_t>(payload, key_at_in_request);
+    const auto key = record_at<kov_uhost_key_t>(payload.data() + key_at_in_request);
     if (key.key_type != KOV_PROFILE_UHOST_KEY)
         return std::nullopt;
     why = "its host's key is longer than 45 bytes";
@@ -118,7 +153,7 @@ std::string describe_profile_request(std::span<const std::uint8_t> payload)
     const auto key = host_key_of(payload, why);
     if (!key)
         return "profile request, key of " +
-               std::to_string(record_at<kov_profile_request>(payload, 0).key_len) + " bytes";
+               std::to_string(record_at<kov_profile_request>(payload.data()).key_len) + " bytes";
     const std::string options = options_text(key->options);
     return "profile " + subject(*key) + (options.empty() ? "" : ": ") + options;
 }
@@ -135,8 +170,8 @@ std::string describe_profile_answer(std::span<const std::uint8_t> message)
 {
     if (message.size() < reply_at + sizeof(kov_profile_reply))
         return {};
-    const auto reply = record_at<kov_profile_reply>(message, reply_at);
-    return subject(record_at<kov_uhost_key_t>(message, key_at_in_message)) + ": " +
+    const auto reply = record_at<kov_profile_reply>(message.data() + reply_at);
+    return subject(record_at<kov_uhost_key_t>(message.data() + key_at_in_message)) + ": " +
            kov_profile_data_value_to_string(reply.code);
 }
 

@@ -14,6 +14,9 @@
 namespace kov_lab
 {
 
+// The result code by which the server has a client check a host.
+constexpr std::uint32_t code_check = 3;
+
 // The key of a host that the client named with this text.
 kov_uhost_key_t host_key(std::string_view host, kov_profile_op op);
 // Its bytes, and the same as a terminal may show them.
@@ -22,6 +25,10 @@ std::string host_name(const kov_uhost_key_t &key);
 
 // "add", "delete", "check"; "operation 9".
 std::string operation_text(std::uint32_t op);
+
+// A result code by its number or by its text in one word: "no-error" for 1.
+std::optional<std::uint32_t> parse_profile_code(std::string_view text, std::string &why);
+std::vector<std::string> profile_code_words();
 
 // True when the frame is a request about profiles, whatever its key is worth.
 bool is_profile_request(std::uint32_t opcode, std::span<const std::uint8_t> payload);

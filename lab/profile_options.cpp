@@ -108,17 +108,26 @@ bool names_entity(std::span<const char *const> words)
     return false;
 }
 
-// The entries of a list, as far as they lie inside it.
-void tell_parameters(const List &list, const kov_profile_options_t &options, std::string &text)
+// One more word; in quotes when it has a blank, as a shell wants it.
+void add_word(std::string_view name, const std::string &value, std::string &text)
 {
+    const char *const quote = value.find(' ') == value.npos ? "" : "\"";
+    text += (text.empty() ? "" : " ") + std::string(quote) + std::string(name) + '=' + value + quote;
+}
+
+// The entries of a list, as far as they lie inside it.
+std::vector<std::string> parameters(const List &list, const kov_profile_options_t &options)
+{
+    std::vector<std::string> texts;
     const auto *count = reinterpret_cast<const std::uint8_t *>(&options) + list.count_at;
     auto entries = std::span(count + 1, KOV_PROFILE_PARAM_SIZE);
     for (unsigned i = 0; i < *count; ++i) {
         if (entries.size() < 2 || entries.size() - 2 < entries[1])
-            return;
-        text += ' ' + std::string(list.name) + '=' + printable(entries.data() + 2, entries[1]);
+            break;
+        texts.push_back(printable(entries.data() + 2, entries[1]));
         entries = entries.subspan(2 + std::size_t{entries[1]});
     }
+    return texts;
 }
 
 } // namespace
@@ -134,6 +143,22 @@ bool parse_options(std::span<const char *const> words, kov_profile_options_t &ou
     return true;
 }
 
+std::span<const Field> option_fields() { return rows; }
+
+Json options_json(const kov_profile_options_t &options)
+{
+    static constexpr kov_profile_options_t nothing{};
+    const Json all = object_of(Json::object(), rows, &options);
+    Json said = Json::object();
+    for (const Field &field : rows)
+        if (!same_field(field, &options, &nothing))
+            said[field.name] = all[field.name];
+    for (const List &list : lists)
+        if (const auto texts = parameters(list, options); !texts.empty())
+            said[list.name] = texts;
+    return said;
+}
+
 std::string options_text(const kov_profile_options_t &options)
 {
     static constexpr kov_profile_options_t nothing{};
@@ -141,11 +166,12 @@ std::string options_text(const kov_profile_options_t &options)
     for (const Field &field : rows) {
         const std::string value = field_text(field, &options);
         if (!same_field(field, &options, &nothing))
-            text += ' ' + std::string(field.name) + '=' + printable(value.data(), value.size());
+            add_word(field.name, printable(value.data(), value.size()), text);
     }
     for (const List &list : lists)
-        tell_parameters(list, options, text);
-    return text.empty() ? text : text.substr(1);
+        for (const std::string &parameter : parameters(list, options))
+            add_word(list.name, parameter, text);
+    return text;
 }
 
 std::string option_names()

@@ -1,6 +1,8 @@
 // What a client says of a host's profile, as a person writes it: "vni=5000 profile=web param=mtu=9000".
 #pragma once
 
+#include "reply.h"
+
 #include <kov/kov_profile.h>
 
 #include <span>
@@ -16,7 +18,13 @@ bool parse_options(std::span<const char *const> words, kov_profile_options_t &ou
 // What the options hold beside zeros, in words that parse_options() takes; printable whatever they hold.
 std::string options_text(const kov_profile_options_t &options);
 
+// The same for a program: a member for each, "param" and "include_param" as arrays.
+Json options_json(const kov_profile_options_t &options);
+
 // The names that parse_options() knows, "entity, vni, ...".
 std::string option_names();
+
+// What complete_settings() takes: all but the two lists.
+std::span<const Field> option_fields();
 
 } // namespace kov_lab

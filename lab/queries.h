@@ -2,6 +2,7 @@
 // out.
 #pragma once
 
+#include "reply.h"
 #include "values.h"
 
 #include <array>
@@ -18,6 +19,7 @@ enum class Argument { none, family, svi, svi_or_none, port, interface, bridge_do
 struct Answer {
     std::string call; // "kov_get_fwd_mode(vlan10)"
     std::string text;
+    Json value; // a number, a truth, a name; null: there is none
 };
 
 // Checked: a family, interface indices (0: none given) and bridge domains are numbers.
@@ -44,5 +46,8 @@ std::string usage_of(const Query &query);
 // False, with `why`, for words that the query does not take.
 bool parse_arguments(const Query &query, std::span<const char *const> words, Arguments &out,
                      std::string &why);
+
+// What the last of the words may become: the name of a query, or one of its arguments (commands.h).
+std::vector<std::string> query_candidates(std::span<const char *const> words);
 
 } // namespace kov_lab

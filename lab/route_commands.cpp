@@ -5,9 +5,7 @@
 #include <kov_host.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <limits>
-#include <string_view>
 
 namespace kov_lab
 {
@@ -55,7 +53,7 @@ struct RouteKey {
     std::string prefix_text() const { return network_text(prefix.network); }
 };
 
-std::optional<RouteKey> parse_key(std::span<const char *const> words, std::string &why)
+std::optional<RouteKey> parse_key(Words words, std::string &why)
 {
     const auto vrf_id = vrf_id_of(words[0], why);
     const auto network = vrf_id ? parse_network(words[1], why) : std::nullopt;
@@ -65,7 +63,7 @@ std::optional<RouteKey> parse_key(std::span<const char *const> words, std::strin
 }
 
 // One word a flag.
-bool parse_flags(std::span<const char *const> words, RouteBits &bits, std::string &why)
+bool parse_flags(Words words, RouteBits &bits, std::string &why)
 {
     for (const char *word : words) {
         const Field *field = find_field(route_fields(), word);
@@ -91,19 +89,6 @@ std::string flags_text(const RouteBits &bits)
            (bits.converted != 0 ? ", converted" : "");
 }
 
-std::string line(const char *first, const char *second, const std::string &third)
-{
-    char text[128];
-    std::snprintf(text, sizeof text, "%-32s %-18s %s", first, second, third.c_str());
-    return text;
-}
-
-bool refuse(std::string &text, const char *why)
-{
-    text = why;
-    return false;
-}
-
 } // namespace
 
 std::optional<std::uint32_t> vrf_id_of(const std::string &name, std::string &why)
@@ -112,74 +97,85 @@ std::optional<std::uint32_t> vrf_id_of(const std::string &name, std::string &why
     if (found != vrfs().end())
         return found->first;
     why = "this process knows no VRF " + name + "; set vrf ID NAME makes it known";
+    for (const auto &[id, known] : vrfs())
+        why += (id == vrfs().begin()->first ? "; it knows " : ", ") + known;
     return std::nullopt;
 }
 
-bool set_vrf(std::span<const char *const> words, std::string &text)
+Reply set_vrf(const Call &call)
 {
-    if (words.size() != 2)
-        return refuse(text, "usage: set vrf ID NAME");
-    const std::string name = words[1];
-    const auto id = parse_number(words[0], 0, std::numeric_limits<std::uint32_t>::max(), text);
-    if (!id || !is_free(*id, name, text))
-        return false;
+    std::string why;
+    const std::string name = call.words[1];
+    const auto id = parse_number(call.words[0], 0, std::numeric_limits<std::uint32_t>::max(), why);
+    if (!id || !is_free(*id, name, why))
+        return refusal(why);
     if (kov_host_vrf_set(*id, name.c_str()) != 0)
-        return refuse(text, kov_host_error());
+        return refusal(kov_host_error());
     vrfs()[*id] = name;
-    text = "VRF " + std::to_string(*id) + " is " + name;
-    return true;
+    return said(true, "VRF " + std::to_string(*id) + " is " + name);
 }
 
-bool set_route(std::span<const char *const> words, std::string &text)
+Reply set_route(const Call &call)
 {
-    if (words.size() < 2)
-        return refuse(text, "usage: set route VRF PREFIX [conditional] [converted]");
+    std::string why;
     RouteBits bits;
-    const auto key = parse_key(words, text);
-    if (!key || !parse_flags(words.subspan(2), bits, text))
-        return false;
+    const auto key = parse_key(call.words, why);
+    if (!key || !parse_flags(call.words.subspan(2), bits, why))
+        return refusal(why);
     if (kov_host_route_set(key->vrf_id, key->prefix_text().c_str(), host_flags(bits)) != 0)
-        return refuse(text, kov_host_error());
+        return refusal(kov_host_error());
     routes()[key->prefix] = bits;
-    text = "route " + text_of(key->prefix) + flags_text(bits);
-    return true;
+    return said(true, "route " + text_of(key->prefix) + flags_text(bits));
 }
 
-bool del_route(std::span<const char *const> words, std::string &text)
+Reply del_route(const Call &call)
 {
-    if (words.size() != 2)
-        return refuse(text, "usage: del route VRF PREFIX");
-    const auto key = parse_key(words, text);
+    std::string why;
+    const auto key = parse_key(call.words, why);
     if (!key)
-        return false;
+        return refusal(why);
     if (kov_host_route_delete(key->vrf_id, key->prefix_text().c_str()) != 0)
-        return refuse(text, kov_host_error());
+        return refusal(kov_host_error());
     routes().erase(key->prefix);
-    text = "route " + text_of(key->prefix) + " removed";
-    return true;
+    return said(true, "route " + text_of(key->prefix) + " removed");
 }
 
-bool list_vrfs(std::span<const char *const> words, std::string &text)
+Reply list_vrfs(const Call &)
 {
-    if (!words.empty())
-        return refuse(text, "usage: list vrfs");
-    text = "VRF                              Id";
+    Table table("vrfs", {{"VRF", 32}, {"Id", 0}});
     for (const auto &[id, name] : vrfs())
-        text += "\n" + std::string(name).append(33 - name.size(), ' ') + std::to_string(id);
-    return true;
+        table.add({name, std::to_string(id)}, {{"vrf", name}, {"id", id}});
+    return table.reply();
 }
 
-bool list_routes(std::span<const char *const> words, std::string &text)
+Reply list_routes(const Call &)
 {
-    if (!words.empty())
-        return refuse(text, "usage: list routes");
-    text = line("VRF", "Prefix", "Flags");
+    Table table("routes", {{"VRF", 32}, {"Prefix", 18}, {"Flags", 0}});
     for (const auto &[prefix, bits] : routes()) {
         const std::string flags = flags_text(bits);
-        text += "\n" + line(prefix.vrf.c_str(), network_text(prefix.network).c_str(),
-                            flags.empty() ? "none" : flags.substr(2));
+        const std::string network = network_text(prefix.network);
+        table.add({prefix.vrf, network, flags.empty() ? "none" : flags.substr(2)},
+                  object_of({{"vrf", prefix.vrf}, {"prefix", network}}, route_fields(), &bits));
     }
-    return true;
+    return table.reply();
+}
+
+void complete_known_vrf(const Call &call, Candidates &out)
+{
+    if (place_of(call) == 0)
+        for (const auto &[id, name] : vrfs())
+            out.push_back(name);
+}
+
+void complete_route(const Call &call, Candidates &out)
+{
+    complete_known_vrf(call, out);
+    for (const auto &[prefix, bits] : routes())
+        if (place_of(call) == 1 && prefix.vrf == call.words[0])
+            out.push_back(network_text(prefix.network));
+    for (const Field &field : route_fields())
+        if (place_of(call) > 1)
+            out.emplace_back(field.name);
 }
 
 } // namespace kov_lab

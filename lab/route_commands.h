@@ -5,20 +5,25 @@
 // scenario.
 #pragma once
 
+#include "commands.h"
+
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 
 namespace kov_lab
 {
 
-// Each runs one command. False: `text` says what is wrong, and nothing has changed.
-bool set_vrf(std::span<const char *const> words, std::string &text);
-bool set_route(std::span<const char *const> words, std::string &text);
-bool del_route(std::span<const char *const> words, std::string &text);
-bool list_vrfs(std::span<const char *const> words, std::string &text);
-bool list_routes(std::span<const char *const> words, std::string &text);
+// Each runs one command. What is refused changes nothing.
+Reply set_vrf(const Call &call);
+Reply set_route(const Call &call);
+Reply del_route(const Call &call);
+Reply list_vrfs(const Call &call);
+Reply list_routes(const Call &call);
+
+// VRF PREFIX of a route that is there, then its flags where a route is set.
+void complete_route(const Call &call, Candidates &out);
+void complete_known_vrf(const Call &call, Candidates &out);
 
 // The id of a VRF that this process knows; nothing, with `why`, for any other name.
 std::optional<std::uint32_t> vrf_id_of(const std::string &name, std::string &why);

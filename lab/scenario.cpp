@@ -18,7 +18,45 @@ bool has_bit(const Slots &slots, Place place)
     return found != slots.end() && (found->second.port_bits[place.port / 8] >> place.port % 8 & 1) != 0;
 }
 
+// What there is instead of what was asked for.
+std::string none_but(const std::string &what, const std::vector<std::string> &names, const char *more)
+{
+    constexpr std::size_t shown = 6;
+    std::string text = "there is no " + what + "; there ";
+    if (names.empty())
+        return text + "are none";
+    text += names.size() == 1 ? "is " : "are ";
+    for (std::size_t i = 0; i < names.size() && i < shown; ++i)
+        text += (i == 0 ? "" : ", ") + names[i];
+    if (names.size() > shown)
+        text += " and " + std::to_string(names.size() - shown) + " more" + more;
+    return text;
+}
+
 } // namespace
+
+std::string no_svi(const Scenario &state, std::string_view name)
+{
+    std::vector<std::string> names;
+    for (const auto &[ifindex, svi] : state.svis)
+        names.push_back(name_of_interface(ifindex));
+    return none_but(std::string(name), names, ": list svis");
+}
+
+std::string no_topology(const Scenario &state, std::uint32_t bd)
+{
+    std::vector<std::string> names;
+    for (const auto &[number, topology] : state.topologies)
+        names.push_back(std::to_string(number));
+    return none_but("topology " + std::to_string(bd), names, ": list topologies");
+}
+
+std::string no_vrf(const Scenario &state, std::string_view name)
+{
+    std::vector<std::string> names{"default"};
+    names.insert(names.end(), state.vrfs.begin(), state.vrfs.end());
+    return none_but("VRF " + std::string(name), names, "");
+}
 
 std::string text_of(const Prefix &prefix) { return network_text(prefix.network) + " in VRF " + prefix.vrf; }
 
@@ -48,6 +86,8 @@ std::uint32_t Scenario::port_of(std::string_view name, std::string &why) const
     const auto card = place ? line_cards.find(place->slot) : line_cards.end();
     if (card == line_cards.end() || !text.starts_with(card->second.name + "/")) {
         why = text + " is on none of the line_cards";
+        for (const auto &[slot, each] : line_cards)
+            why += (slot == line_cards.begin()->first ? ": " : ", ") + each.name;
         return 0;
     }
     if (place->port <= card->second.ports)

@@ -77,6 +77,11 @@ constexpr std::uint32_t last_profile_code = 48;
 
 bool is_empty(const SlotPorts &slot);
 
+// "there is no vlan99; there are vlan10, vlan11 and 38 more: list svis", and the like.
+std::string no_svi(const Scenario &state, std::string_view name);
+std::string no_topology(const Scenario &state, std::uint32_t bd);
+std::string no_vrf(const Scenario &state, std::string_view name);
+
 // False: `mistakes` has one line each, "FILE:LINE: FIELD: what is wrong", and `out` is unspecified.
 bool load_scenario(const std::string &path, Scenario &out, std::vector<std::string> &mistakes);
 

@@ -50,11 +50,12 @@ void Server::receive(const ipc_message *msg)
 {
     ++frames_received_;
     const auto payload = payload_of(msg);
-    log_frame("from SAP %u (pid %d): %s", kov_host_message_sap(msg), kov_host_message_pid(msg),
-              describe_frame(ipc_opc_get(msg), payload).c_str());
+    if (frames_are_logged())
+        log_frame("from SAP %u (%s): %s", kov_host_message_sap(msg), sender_of(msg).c_str(),
+                  describe_frame(ipc_opc_get(msg), payload).c_str());
     const bool profile = is_profile_request(ipc_opc_get(msg), payload);
     if (!profile && !is_registration(msg))
-        return; // notifications: the log is all that this server does with them
+        return take_notice(msg, payload);
     kov_registration_request request;
     std::memcpy(&request, payload.data(), sizeof request);
     if (request.major != KOV_MSG_MAJOR)
@@ -67,6 +68,14 @@ void Server::receive(const ipc_message *msg)
         take_deregistration(msg, request);
     else
         refuse(msg, "a client does not send type " + std::to_string(request.mtype));
+}
+
+// A registered client's name, or its process.
+std::string Server::sender_of(const ipc_message *msg) const
+{
+    const Client *client = clients_.find(kov_host_message_sap(msg));
+    const std::int32_t pid = kov_host_message_pid(msg);
+    return client != nullptr && client->pid == pid ? client->name : "pid " + std::to_string(pid);
 }
 
 void Server::refuse(const ipc_message *msg, const std::string &why)
@@ -129,7 +138,7 @@ std::string Server::announce(const std::vector<Notice> &notices)
     if (count == 0)
         return "; no client wants to know";
     return "; told " + std::to_string(count) + (count == 1 ? " client" : " clients") + " by type " +
-           mask_text(types);
+           mask_text(types) + " (" + mask_words(types) + ")";
 }
 
 bool Server::inject(std::string_view target, std::string_view hex, std::uint32_t opcode, std::string &text)

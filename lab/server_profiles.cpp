@@ -15,9 +15,10 @@ namespace
 {
 
 constexpr std::uint32_t last_good_code = 3;
+constexpr std::uint32_t code_no_host = 30;
 constexpr std::uint32_t code_not_ready = 31;
-constexpr std::uint32_t code_check = 3;
-constexpr std::uint32_t code_profile_deleted = 42;
+constexpr std::uint32_t first_clear_code = 41;
+constexpr std::uint32_t last_clear_code = 47;
 
 bool is_good(std::uint32_t code) { return code >= 1 && code <= last_good_code; }
 
@@ -35,6 +36,15 @@ std::uint16_t bridge_domain_of(std::uint32_t vni, const Topologies &topologies)
 }
 
 } // namespace
+
+// ---- What clients ask ------------------------------------------------------------------------------------
+
+// Good news is only for a host that there is.
+std::uint32_t Server::code_for(const std::string &client, const kov_uhost_key_t &key) const
+{
+    const bool is_there = key.op == KOV_PROFILE_OP_ADD || profiles_->find({client, host_of(key)}) != nullptr;
+    return is_good(profile_code_) && !is_there ? code_no_host : profile_code_;
+}
 
 // Who asks to delete or to check says nothing of the segment: the kept profile does.
 kov_profile_reply Server::reply_about(const std::string &client, const kov_uhost_key_t &key,
@@ -59,13 +69,13 @@ bool Server::carry_out(const std::string &client, const kov_uhost_key_t &key, st
 
 void Server::answer_request(const Client &client, const kov_uhost_key_t &key)
 {
-    kov_profile_reply reply = reply_about(client.name, key, profile_code_);
+    kov_profile_reply reply = reply_about(client.name, key, code_for(client.name, key));
     std::string why;
-    if (is_good(profile_code_) && !carry_out(client.name, key, why)) {
+    if (is_good(reply.code) && !carry_out(client.name, key, why)) {
         log_problem("the profiles' file refuses %s: %s", host_name(key).c_str(), why.c_str());
         reply.code = code_not_ready;
     }
-    if ((client.mask >> KOV_MTYPE_PROFILE_MGMT & 1) != 0)
+    if (wants(client, KOV_MTYPE_PROFILE_MGMT))
         clients_.send(client.sap, profile_message(key, reply));
     else
         log_frame("SAP %u does not want the answer: type 12 is none of its own", client.sap);
@@ -90,48 +100,119 @@ void Server::take_profile_request(const ipc_message *msg, std::span<const std::u
         answer_request(*client, *key);
 }
 
-// A message that no client has asked for.
-bool Server::tell_host(std::string_view client, std::string_view host, kov_profile_op op, std::uint32_t code,
-                       std::string &text)
+bool Server::set_profile_code(std::string_view code, std::string &text)
+{
+    const auto number = parse_profile_code(code, text);
+    if (!number)
+        return false;
+    profile_code_ = *number;
+    text = "requests are answered with " + profile_code_text();
+    return true;
+}
+
+std::string Server::profile_code_text() const
+{
+    return std::to_string(profile_code_) + ", " + kov_profile_data_value_to_string(profile_code_);
+}
+
+// ---- What no client has asked for ------------------------------------------------------------------------
+
+std::optional<Server::KnownHost> Server::known_host(std::string_view client, std::string_view host,
+                                                    std::string &why) const
 {
     const Client *known = clients_.find(std::string(client));
     const kov_uhost_key_t *kept = profiles_->find({std::string(client), std::string(host)});
-    if (known == nullptr || (known->mask >> KOV_MTYPE_PROFILE_MGMT & 1) == 0) {
-        text = "no client \"" + std::string(client) + "\" is registered for type 12";
-        return false;
-    }
-    if (kept == nullptr) {
-        text = std::string(client) + " has no profile for " + std::string(host);
-        return false;
-    }
-    kov_uhost_key_t key = *kept;
+    if (known == nullptr || !wants(*known, KOV_MTYPE_PROFILE_MGMT))
+        why = "no client \"" + std::string(client) + "\" is registered for type 12";
+    else if (kept == nullptr)
+        why = std::string(client) + " has no profile for " + std::string(host);
+    else
+        return KnownHost{known, *kept};
+    return std::nullopt;
+}
+
+void Server::tell_host(const Client &client, kov_uhost_key_t key, kov_profile_op op, std::uint32_t code)
+{
     key.op = static_cast<std::uint8_t>(op);
-    clients_.send(known->sap, profile_message(key, reply_about(known->name, key, code)));
-    text = "asked " + std::string(client) + ": " + operation_text(op) + " of " + std::string(host) + ", " +
-           kov_profile_data_value_to_string(code);
-    return true;
+    clients_.send(client.sap, profile_message(key, reply_about(client.name, key, code)));
 }
 
 bool Server::check_host(std::string_view client, std::string_view host, std::string &text)
 {
-    return tell_host(client, host, KOV_PROFILE_OP_CHECK, code_check, text);
+    const auto known = known_host(client, host, text);
+    if (!known)
+        return false;
+    text = "asked " + std::string(client) + ": check of " + host_name(known->key) + ", " +
+           kov_profile_data_value_to_string(code_check);
+    tell_host(*known->client, known->key, KOV_PROFILE_OP_CHECK, code_check);
+    return true;
 }
 
-bool Server::clear_host(std::string_view client, std::string_view host, std::string &text)
+bool Server::clear_host(std::string_view client, std::string_view host, std::string_view code,
+                        std::string &text)
 {
-    return tell_host(client, host, KOV_PROFILE_OP_DELETE, code_profile_deleted, text) &&
-           profiles_->forget({std::string(client), std::string(host)}, text);
-}
-
-bool Server::set_profile_code(std::string_view code, std::string &text)
-{
-    const auto number = parse_number(code, 1, last_profile_code, text);
+    const auto named = parse_profile_code(code, text);
+    const auto number =
+        named ? parse_number(std::to_string(*named), first_clear_code, last_clear_code, text) : named;
     if (!number)
         return false;
-    profile_code_ = *number;
-    text = "requests are answered with " + std::to_string(*number) + ", " +
+    const auto known = known_host(client, host, text);
+    if (!known || !forget_and_clear({std::string(client), std::string(host)}, *number, text))
+        return false;
+    text = "asked " + std::string(client) + ": delete of " + host_name(known->key) + ", " +
            kov_profile_data_value_to_string(*number);
     return true;
+}
+
+// The file first, then the client: nobody clears what the server still keeps.
+bool Server::forget_and_clear(const HostId &host, std::uint32_t code, std::string &why)
+{
+    const kov_uhost_key_t key = *profiles_->find(host);
+    if (!profiles_->forget(host, why)) {
+        why.insert(0, "the profiles' file refuses " + host_name(key) + ": ");
+        return false;
+    }
+    const Client *client = clients_.find(host.client);
+    if (client != nullptr && wants(*client, KOV_MTYPE_PROFILE_MGMT))
+        tell_host(*client, key, KOV_PROFILE_OP_DELETE, code);
+    return true;
+}
+
+std::string Server::clear_hosts(std::uint32_t code,
+                                const std::function<bool(const kov_profile_options_t &options)> &stands_on_it)
+{
+    std::vector<HostId> hosts;
+    for (const auto &[host, profile] : profiles())
+        if (stands_on_it(profile.key.options))
+            hosts.push_back(host);
+    std::string text;
+    std::size_t cleared = 0;
+    for (const HostId &host : hosts)
+        if (std::string why; forget_and_clear(host, code, why))
+            ++cleared;
+        else
+            text += "; " + why;
+    if (cleared != 0)
+        text.insert(0, "; cleared " + std::to_string(cleared) + (cleared == 1 ? " host" : " hosts"));
+    return text;
+}
+
+std::string Server::clear_hosts_of_vlan(std::uint32_t vlan, std::uint32_t code)
+{
+    for (const auto &[ifindex, svi] : published().svis)
+        if (svi.vlan_id == vlan)
+            return {};
+    return clear_hosts(
+        code, [vlan](const kov_profile_options_t &options) { return vlan != 0 && options.vlan == vlan; });
+}
+
+std::string Server::clear_hosts_of_vni(std::uint32_t vni, std::uint32_t code)
+{
+    for (const auto &[bd, topology] : published().topologies)
+        if (topology.vni == vni)
+            return {};
+    return clear_hosts(
+        code, [vni](const kov_profile_options_t &options) { return vni != 0 && options.vni == vni; });
 }
 
 } // namespace kov_lab

@@ -4,165 +4,254 @@
 #include "profile_options.h"
 
 #include <kov/kov_enums.h>
-#include <kov/platform/cli.h>
 #include <kov_host.h>
+
+#include <unistd.h>
 
 namespace kov_lab
 {
 namespace
 {
 
-// Prints a line for each element until the reader has seen enough. The list is a copy: while a person reads a
-// page, records come and go.
-template <typename List, typename Print>
-int print_list(void *cli, List list, Print print)
+const Scenario &published(const Call &call) { return server_of(call).published(); }
+
+Json svi_key(std::uint32_t ifindex) { return {{"svi", name_of_interface(ifindex)}, {"ifindex", ifindex}}; }
+
+Json port_key(const std::string &name)
 {
-    for (const auto &element : list) {
-        print(element);
-        if (cli_more_output(cli) == 0)
-            break;
-    }
-    return done;
+    return {{"port", name}, {"ifindex", kov_host_ifindex_parse(name.c_str())}};
 }
 
-int show_fields(void *cli, std::span<const Field> fields, const void *record)
-{
-    for (const Field &field : fields)
-        cli_cmd_printf(cli, "%-26s %s\n", field.name, field_text(field, record).c_str());
-    return done;
-}
-
-// The switch's ports that have a bit somewhere, by name.
-std::vector<std::string> ports_in_records(const Scenario &state)
+// The switch's ports, by name.
+std::vector<std::string> ports_of(const Scenario &state)
 {
     std::vector<std::string> names;
-    const auto add = [&](const std::string &name) {
-        if (state.bits_of(kov_host_ifindex_parse(name.c_str())) != PortBits{})
-            names.push_back(name);
-    };
     for (const auto &[slot, card] : state.line_cards)
         for (std::uint32_t port = 1; port <= card.ports; ++port)
-            add(card.name + "/" + std::to_string(port));
+            names.push_back(card.name + "/" + std::to_string(port));
     for (const std::uint32_t channel : state.port_channels)
-        add(name_of_interface(channel));
+        names.push_back(name_of_interface(channel));
     return names;
+}
+
+Json types_of(std::uint32_t mask)
+{
+    Json types = Json::array();
+    for (std::uint32_t mtype = 0; mtype < 32; ++mtype)
+        if ((mask >> mtype & 1) != 0)
+            types.push_back(mtype_word(mtype));
+    return types;
 }
 
 } // namespace
 
-int answer(void *cli, bool good, const std::string &text)
+Reply list_svis(const Call &call)
 {
-    cli_cmd_printf(cli, "%s\n", text.c_str());
-    return good ? done : refused;
+    Table table("svis", {{"SVI", 10}, {"State", 5}, {"Mode", 26}, {"VRF", 32}, {"IPv4", 0}});
+    for (const auto &[ifindex, svi] : published(call).svis)
+        table.add({name_of_interface(ifindex), svi.is_up != 0 ? "up" : "down", kov_fwd_mode_str(svi.fwd_mode),
+                   printable(svi.vrf_name, sizeof svi.vrf_name), v4_prefix_text(svi.v4_prefix)},
+                  object_of(svi_key(ifindex), svi_fields(), &svi));
+    return table.reply();
 }
 
-int usage(void *cli, const char *text)
+Reply list_topologies(const Call &call)
 {
-    cli_cmd_printf(cli, "usage: %s\n", text);
-    return misused;
+    Table table("topologies", {{"BD", 6}, {"VNI", 9}, {"ARP suppression", 26}, {"In use", 8}, {"SVI", 0}});
+    for (const auto &[bd, topology] : published(call).topologies)
+        table.add({std::to_string(bd), std::to_string(topology.vni),
+                   kov_suppress_arp_mode_to_str(topology.suppress_arp_mode),
+                   topology.suppress_arp_enabled != 0 ? "yes" : "no",
+                   name_of_interface(topology.suppress_arp_l3_svi)},
+                  object_of({{"bd", bd}}, topology_fields(), &topology));
+    return table.reply();
 }
 
-int run_list_svis(Server &server, void *cli, const Words & /*words*/)
+Reply list_ports(const Call &call)
 {
-    cli_cmd_printf(cli, "%-10s %-5s %-26s %-32s %s\n", "SVI", "State", "Mode", "VRF", "IPv4");
-    return print_list(cli, server.published().svis, [cli](const auto &entry) {
-        const kov_rdb_sviinfo_t &svi = entry.second;
-        cli_cmd_printf(cli, "%-10s %-5s %-26s %-32s %s\n", name_of_interface(entry.first).c_str(),
-                       svi.is_up != 0 ? "up" : "down", kov_fwd_mode_str(svi.fwd_mode),
-                       printable(svi.vrf_name, sizeof svi.vrf_name).c_str(),
-                       v4_prefix_text(svi.v4_prefix).c_str());
-    });
+    Table table("ports", {{"Port", 10}, {"Tracking", 9}, {"L2DCI", 0}});
+    for (const std::string &name : ports_of(published(call))) {
+        const PortBits bits = published(call).bits_of(kov_host_ifindex_parse(name.c_str()));
+        if (bits != PortBits{})
+            table.add({name, bits.tracking != 0 ? "on" : "off", bits.l2dci != 0 ? "on" : "off"},
+                      object_of(port_key(name), port_fields(), &bits));
+    }
+    return table.reply();
 }
 
-int run_list_topologies(Server &server, void *cli, const Words & /*words*/)
+Reply list_prefixes(const Call &call)
 {
-    cli_cmd_printf(cli, "%-6s %-9s %-26s %-8s %s\n", "BD", "VNI", "ARP suppression", "In use", "SVI");
-    return print_list(cli, server.published().topologies, [cli](const auto &entry) {
-        const kov_rdb_l2rib_topo_info_t &topology = entry.second;
-        cli_cmd_printf(cli, "%-6u %-9u %-26s %-8s %s\n", entry.first, topology.vni,
-                       kov_suppress_arp_mode_to_str(topology.suppress_arp_mode),
-                       topology.suppress_arp_enabled != 0 ? "yes" : "no",
-                       name_of_interface(topology.suppress_arp_l3_svi).c_str());
-    });
+    Table table("prefixes", {{"VRF", 32}, {"Prefix", 0}});
+    for (const Prefix &prefix : published(call).prefixes)
+        table.add({prefix.vrf, network_text(prefix.network)},
+                  {{"vrf", prefix.vrf}, {"prefix", network_text(prefix.network)}});
+    return table.reply();
 }
 
-int run_list_ports(Server &server, void *cli, const Words & /*words*/)
+Reply list_profiles(const Call &call)
 {
-    cli_cmd_printf(cli, "%-10s %-9s %s\n", "Port", "Tracking", "L2DCI");
-    return print_list(cli, ports_in_records(server.published()), [&server, cli](const std::string &name) {
-        const PortBits bits = server.published().bits_of(kov_host_ifindex_parse(name.c_str()));
-        cli_cmd_printf(cli, "%-10s %-9s %s\n", name.c_str(), bits.tracking != 0 ? "on" : "off",
-                       bits.l2dci != 0 ? "on" : "off");
-    });
+    Table table("profiles", {{"Client", 24}, {"Host", 24}, {"Reference", 9}, {"Profile", 0}});
+    for (const auto &[id, profile] : server_of(call).profiles()) {
+        const kov_uhost_key_t &key = profile.key;
+        table.add({id.client, host_name(key), std::to_string(key.host_ref), options_text(key.options)},
+                  {{"client", id.client},
+                   {"host", host_name(key)},
+                   {"reference", std::uint32_t{key.host_ref}},
+                   {"profile", options_json(key.options)}});
+    }
+    return table.reply();
 }
 
-int run_list_prefixes(Server &server, void *cli, const Words & /*words*/)
+Reply list_hosts(const Call &call)
 {
-    cli_cmd_printf(cli, "%-32s %s\n", "VRF", "Prefix");
-    return print_list(cli, server.published().prefixes, [cli](const Prefix &prefix) {
-        cli_cmd_printf(cli, "%-32s %s\n", prefix.vrf.c_str(), network_text(prefix.network).c_str());
-    });
+    const auto or_dash = [](const std::string &text) { return text.empty() ? "-" : text; };
+    Table table(
+        "hosts",
+        {{"Host", 24}, {"VRF", 12}, {"Wanted by", 14}, {"Found by", 14}, {"Place", 32}, {"Asked", 0}});
+    for (const Verification &row : server_of(call).verifications().all())
+        table.add({row.host, or_dash(row.vrf), or_dash(row.wanted_by), or_dash(row.found_by),
+                   or_dash(row.place), or_dash(row.asked)},
+                  {{"host", row.host},
+                   {"vrf", row.vrf},
+                   {"wanted_by", row.wanted_by},
+                   {"asked", row.asked},
+                   {"found_by", row.found_by},
+                   {"place", row.place}});
+    return table.reply();
 }
 
-int run_list_profiles(Server &server, void *cli, const Words & /*words*/)
+Reply list_clients(const Call &call)
 {
-    cli_cmd_printf(cli, "%-24s %-24s %-9s %s\n", "Client", "Host", "Reference", "Profile");
-    return print_list(cli, server.profiles(), [cli](const auto &entry) {
-        const kov_uhost_key_t &key = entry.second.key;
-        cli_cmd_printf(cli, "%-24s %-24s %-9u %s\n", entry.first.client.c_str(), host_name(key).c_str(),
-                       key.host_ref, options_text(key.options).c_str());
-    });
+    Table table("clients", {{"SAP", 6}, {"Pid", 8}, {"Name", 24}, {"Waiting", 8}, {"Types", 0}});
+    for (const auto &[sap, client] : server_of(call).clients().all())
+        table.add({std::to_string(sap), std::to_string(client.pid), client.name,
+                   std::to_string(client.waiting.size()), mask_words(client.mask)},
+                  {{"sap", sap},
+                   {"pid", client.pid},
+                   {"name", client.name},
+                   {"waiting", client.waiting.size()},
+                   {"types", types_of(client.mask)},
+                   {"mask", client.mask}});
+    return table.reply();
 }
 
-int run_list_clients(Server &server, void *cli, const Words & /*words*/)
+Reply show_geninfo(const Call &call)
 {
-    cli_cmd_printf(cli, "%-6s %-8s %-24s %-12s %s\n", "SAP", "Pid", "Name", "Types", "Waiting");
-    for (const auto &[sap, client] : server.clients().all())
-        cli_cmd_printf(cli, "%-6u %-8d %-24s %-12s %zu\n", sap, client.pid, client.name.c_str(),
-                       mask_text(client.mask).c_str(), client.waiting.size());
-    return done;
+    if (!published(call).general)
+        return refusal("there is no general information; set geninfo FIELD=VALUE makes it");
+    return record_reply(Json::object(), geninfo_fields(), &*published(call).general);
 }
 
-int run_show_geninfo(Server &server, void *cli, const Words & /*words*/)
-{
-    if (!server.published().general)
-        return answer(cli, false, "there is no general information");
-    return show_fields(cli, geninfo_fields(), &*server.published().general);
-}
-
-int run_show_svi(Server &server, void *cli, const Words &words)
+Reply show_svi(const Call &call)
 {
     std::string why;
-    if (words.size() != 1)
-        return usage(cli, "show svi NAME");
-    const auto found = server.published().svis.find(svi_of_name(words[0], why));
-    if (found == server.published().svis.end())
-        return answer(cli, false, why.empty() ? "there is no " + std::string(words[0]) : why);
-    return show_fields(cli, svi_fields(), &found->second);
+    const std::uint32_t ifindex = svi_of_name(call.words[0], why);
+    const auto found = published(call).svis.find(ifindex);
+    if (found != published(call).svis.end())
+        return record_reply(svi_key(ifindex), svi_fields(), &found->second);
+    return refusal(ifindex == 0 ? why : no_svi(published(call), call.words[0]));
 }
 
-int run_show_topology(Server &server, void *cli, const Words &words)
+Reply show_topology(const Call &call)
 {
     std::string why;
-    if (words.size() != 1)
-        return usage(cli, "show topology BD");
-    const auto bd = parse_number(words[0], 1, last_bridge_domain, why);
-    const auto found = server.published().topologies.find(bd.value_or(0));
-    if (found == server.published().topologies.end())
-        return answer(cli, false, bd ? "there is no topology " + std::to_string(*bd) : why);
-    return show_fields(cli, topology_fields(), &found->second);
+    const auto bd = parse_number(call.words[0], 1, last_bridge_domain, why);
+    const auto found = published(call).topologies.find(bd.value_or(0));
+    if (found != published(call).topologies.end())
+        return record_reply({{"bd", *bd}}, topology_fields(), &found->second);
+    return refusal(bd ? no_topology(published(call), *bd) : why);
 }
 
-int run_show_port(Server &server, void *cli, const Words &words)
+Reply show_port(const Call &call)
 {
     std::string why;
-    if (words.size() != 1)
-        return usage(cli, "show port NAME");
-    const std::uint32_t port = server.published().port_of(words[0], why);
+    const std::uint32_t port = published(call).port_of(call.words[0], why);
     if (port == 0)
-        return answer(cli, false, why);
-    const PortBits bits = server.published().bits_of(port);
-    return show_fields(cli, port_fields(), &bits);
+        return refusal(why);
+    const PortBits bits = published(call).bits_of(port);
+    return record_reply(port_key(call.words[0]), port_fields(), &bits);
+}
+
+Reply show_status(const Call &call)
+{
+    const Server &server = server_of(call);
+    const Scenario &state = server.published();
+    const ClientCounters &counters = server.clients().counters();
+    const std::string name = kov_host_name();
+    kov_host_counters host;
+    kov_host_counters_get(&host);
+    Listing list;
+    list.add("server",
+             name + " (pid " + std::to_string(getpid()) + ", SAP " + std::to_string(KOV_SERVER_SAP) + ")",
+             {{"server", name}, {"pid", getpid()}, {"sap", KOV_SERVER_SAP}});
+    list.add("directory", kov_host_dir());
+    list.add("general information", state.general.has_value());
+    list.add("svis", state.svis.size());
+    list.add("topologies", state.topologies.size());
+    list.add("slots with tracked ports", state.tracking.size());
+    list.add("slots with l2dci ports", state.l2dci.size());
+    list.add("prefixes", state.prefixes.size());
+    list.add("profiles", server.profiles().size());
+    list.add("profile reply", server.profile_code_text());
+    list.add("clients", server.clients().all().size());
+    list.add("frames received", server.frames_received());
+    list.add("frames refused", server.frames_refused());
+    list.add("gleans", server.gleans());
+    list.add("hosts to verify", server.verifications().asked());
+    list.add("hosts found", server.verifications().found());
+    list.add("messages sent", counters.sent);
+    list.add("messages delayed", counters.delayed);
+    list.add("messages waiting", server.clients().waiting());
+    list.add("messages lost", counters.lost);
+    list.add("messages unread", host.ipc_peer_unread);
+    return list.reply();
+}
+
+// ---- Completion ------------------------------------------------------------------------------------------
+
+void complete_svi(const Call &call, Candidates &out)
+{
+    if (place_of(call) == 0)
+        for (const auto &[ifindex, svi] : published(call).svis)
+            out.push_back(name_of_interface(ifindex));
+}
+
+void complete_topology(const Call &call, Candidates &out)
+{
+    if (place_of(call) == 0)
+        for (const auto &[bd, topology] : published(call).topologies)
+            out.push_back(std::to_string(bd));
+}
+
+void complete_port(const Call &call, Candidates &out)
+{
+    if (place_of(call) == 0)
+        out = ports_of(published(call));
+}
+
+void complete_vrf(const Call &call, Candidates &out)
+{
+    if (place_of(call) != 0)
+        return;
+    out = published(call).vrfs;
+    out.emplace_back("default");
+}
+
+void complete_prefix(const Call &call, Candidates &out)
+{
+    complete_vrf(call, out);
+    for (const Prefix &prefix : published(call).prefixes)
+        if (place_of(call) == 1 && prefix.vrf == call.words[0])
+            out.push_back(network_text(prefix.network));
+}
+
+void complete_profile(const Call &call, Candidates &out)
+{
+    for (const auto &[id, profile] : server_of(call).profiles())
+        if (place_of(call) == 0)
+            out.push_back(id.client);
+        else if (place_of(call) == 1 && id.client == call.words[0])
+            out.push_back(host_name(profile.key));
 }
 
 } // namespace kov_lab

@@ -1,34 +1,33 @@
-// The server's commands that only look: lists and single records. And what all its commands answer with.
+// The server's commands that only look: lists, single records, its state.
 #pragma once
 
+#include "commands.h"
 #include "server.h"
-
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace kov_lab
 {
 
-using Words = std::vector<std::string_view>;
+inline Server &server_of(const Call &call) { return *static_cast<Server *>(call.arg); }
 
-// The status of a command.
-constexpr int done = 0;
-constexpr int refused = 1;
-constexpr int misused = 2;
+Reply list_svis(const Call &call);
+Reply list_topologies(const Call &call);
+Reply list_ports(const Call &call);
+Reply list_prefixes(const Call &call);
+Reply list_profiles(const Call &call);
+Reply list_hosts(const Call &call);
+Reply list_clients(const Call &call);
+Reply show_geninfo(const Call &call);
+Reply show_svi(const Call &call);
+Reply show_topology(const Call &call);
+Reply show_port(const Call &call);
+Reply show_status(const Call &call);
 
-int answer(void *cli, bool good, const std::string &text);
-int usage(void *cli, const char *text);
-
-int run_list_svis(Server &server, void *cli, const Words &words);
-int run_list_topologies(Server &server, void *cli, const Words &words);
-int run_list_ports(Server &server, void *cli, const Words &words);
-int run_list_prefixes(Server &server, void *cli, const Words &words);
-int run_list_profiles(Server &server, void *cli, const Words &words);
-int run_list_clients(Server &server, void *cli, const Words &words);
-int run_show_geninfo(Server &server, void *cli, const Words &words);
-int run_show_svi(Server &server, void *cli, const Words &words);
-int run_show_topology(Server &server, void *cli, const Words &words);
-int run_show_port(Server &server, void *cli, const Words &words);
+// The names that stand in the lists.
+void complete_svi(const Call &call, Candidates &out);
+void complete_topology(const Call &call, Candidates &out);
+void complete_port(const Call &call, Candidates &out); // all that the switch has
+void complete_vrf(const Call &call, Candidates &out);
+void complete_prefix(const Call &call, Candidates &out);  // VRF PREFIX
+void complete_profile(const Call &call, Candidates &out); // CLIENT HOST
 
 } // namespace kov_lab

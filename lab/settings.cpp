@@ -1,6 +1,6 @@
 #include "settings.h"
 
-#include "values.h"
+#include "message_types.h"
 
 #include <kov/kov_messages.h>
 
@@ -28,11 +28,21 @@ bool split(std::string_view text, Setting &out, std::string &why)
     return true;
 }
 
+std::string types_text(bool (*allowed)(std::uint32_t))
+{
+    std::string text;
+    for (std::uint32_t mtype = 1; mtype < KOV_MTYPE_END; ++mtype)
+        if (allowed(mtype))
+            text += (text.empty() ? "" : ", ") + mtype_word(mtype) + " (" + std::to_string(mtype) + ")";
+    return text;
+}
+
 bool set_type(std::string_view text, bool (*allowed)(std::uint32_t), std::uint32_t &as, std::string &why)
 {
-    const auto mtype = parse_number(text, 0, KOV_MTYPE_END - 1, why);
+    const auto mtype = parse_mtype(text, why);
     if (!mtype || !allowed(*mtype)) {
-        why = "as: no message of type " + std::string(text) + " tells of such a change";
+        why = "as: no message of type " + std::string(text) + " tells of such a change; those that do are " +
+              types_text(allowed);
         return false;
     }
     as = *mtype;

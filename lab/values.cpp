@@ -104,6 +104,7 @@ bool parse_prefix(int family, std::string_view text, std::uint32_t longest, void
 const std::span<const Word> fwd_mode_words = fwd_mode_table;
 const std::span<const Word> encap_words = encap_table;
 const std::span<const Word> suppress_mode_words = suppress_mode_table;
+const std::span<const Word> role_words = role_table;
 
 std::optional<std::uint32_t> parse_number(std::string_view text, std::uint32_t low, std::uint32_t high,
                                           std::string &why)

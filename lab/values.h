@@ -26,6 +26,7 @@ struct Word {
 extern const std::span<const Word> fwd_mode_words;
 extern const std::span<const Word> encap_words;
 extern const std::span<const Word> suppress_mode_words;
+extern const std::span<const Word> role_words;
 
 using Mac = std::array<std::uint8_t, KOV_MAC_SIZE>;
 

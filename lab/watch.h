@@ -1,4 +1,5 @@
-// kovctl watch: a client that registers and prints what the server sends.
+// kovctl watch: a client that registers and prints what the server sends it, and, from the server's terminal,
+// what all other clients and the server tell each other.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +8,8 @@
 namespace kov_lab
 {
 
-// Until a signal, or until `count` messages came (0: no limit). `types` is a list like "4-20". The result is
-// kovctl's exit code.
-int watch(const std::string &dir, const std::string &types, std::uint32_t count);
+// Until a signal, the server's end, or until `count` messages were printed (0: no limit). `types` is a list
+// like "svi,topology" or "4-20". As JSON it is a line for each message. The result is kovctl's exit code.
+int watch(const std::string &dir, const std::string &types, std::uint32_t count, bool json);
 
 } // namespace kov_lab

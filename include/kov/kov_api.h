@@ -75,9 +75,9 @@ KOV_EXPORT uint32_t kov_is_mtype_not_registered(int32_t mtype, const char *calle
  * while the acknowledgement is pending, and after a register request that could not be sent); else 0. */
 KOV_EXPORT uint32_t kov_is_client_attached(void);
 
-/* The client's message handler. `msg` is converted to host order (kov_messages.h) and holds until the handler
- * returns; the cache is already refreshed. The handler may query, register, deregister, close and dispatch.
- */
+/* The client's message handler. `msg`, converted to host order (kov_messages.h), holds until it returns; the
+ * cache is already refreshed. It may query, register, deregister, close and dispatch. All of the records are
+ * there, but for types 1 to 3 and 12: trust neither the count of these nor the length of type 12. */
 typedef void (*kov_notify_callback)(const kov_client_msg *msg);
 
 /* Asks the server for messages: `handle` is the process's transport handle, `name` at most 128 characters,

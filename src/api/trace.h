@@ -17,6 +17,9 @@ constexpr u32 debug_library = 33;
 constexpr u32 debug_level = 1;
 constexpr u32 debug_name_entry = 67; // Deliberate: the name table's entry is 67, not the library id 33.
 
+// Whether anybody wants traces; one load and one branch when nobody does.
+inline bool tracing() { return kov_api.debug_enabled && dbgw_library_chk_int(debug_library, debug_level); }
+
 // "<library name> <process id and tag>", in static storage of 200 characters.
 const char *trace_prefix();
 
@@ -24,7 +27,7 @@ const char *trace_prefix();
 
 #define KOV_TRACE(...)                                                                                       \
     do {                                                                                                     \
-        if (kov_api.debug_enabled && dbgw_library_chk_int(kov::debug_library, kov::debug_level))             \
+        if (kov::tracing())                                                                                  \
             tracef_func(static_cast<int>(kov::debug_level), dbgw_dbg_modname, kov::trace_prefix(), 0,        \
                         __VA_ARGS__);                                                                        \
     } while (0)

@@ -37,8 +37,9 @@ kov_rdb_geninfo_t *kov_get_geninfo_from_rdb(u32 force_rdb)
         KOV_TRACE("Not initialized with KOV Api");
         return nullptr;
     }
-    const kov_rdb_key key = kov::number_key(KOV_RDB_GENINFO);
-    return static_cast<kov_rdb_geninfo_t *>(kov_rdb_get_data_from_cache(&key, force_rdb));
+    if (kov::answers_from_cache(desc(), KOV_RDB_GENINFO, force_rdb))
+        return cached();
+    return static_cast<kov_rdb_geninfo_t *>(kov::read_record(kov::number_key(KOV_RDB_GENINFO)));
 }
 
 u32 kov_cache_rdb_geninfo(s32, const void *)

@@ -108,8 +108,10 @@ kov_rdb_l2rib_topo_info_t *kov_get_l2rib_topo_info_from_rdb(u32 topo_id, u32 for
         KOV_TRACE("Not initialized with KOV Api");
         return nullptr;
     }
+    if (kov::answers_from_cache(desc(), KOV_RDB_L2RIB_TOPO_INFO, force_rdb))
+        return tree().lookup(topo_id);
     const kov_rdb_key key = kov::number_key(KOV_RDB_L2RIB_TOPO_INFO, topo_id);
-    return static_cast<kov_rdb_l2rib_topo_info_t *>(kov_rdb_get_data_from_cache(&key, force_rdb));
+    return static_cast<kov_rdb_l2rib_topo_info_t *>(kov::read_record(key));
 }
 
 u32 kov_cache_l2rib_topo_info(const kov_rdb_l2rib_topo_info_t *rec, u32 topo_id)

@@ -47,15 +47,6 @@ void *decoded(const kov_rdb_key &key, const void *tlv, u32 tlv_len)
     return kov_rdb_get_data_from_tlv(&key, tlv, tlv_len, &record) ? record : nullptr;
 }
 
-void *read_database(const kov_rdb_key &key)
-{
-    const void *tlv = nullptr;
-    u32 tlv_len = 0;
-    if (!osal_rdb_read(kov_rdb_lib_handle, &key, sizeof key, &tlv, &tlv_len))
-        return nullptr;
-    return decoded(key, tlv, tlv_len);
-}
-
 void *step_database(kov_rdb_iter &iter)
 {
     const auto step = iter.first ? osal_rdb_get_first : osal_rdb_get_next;
@@ -105,14 +96,21 @@ void *kov_rdb_get_data_from_cache(const kov_rdb_key *key, u32 force_rdb)
     kov_cache_desc *desc = kov::descriptor(type);
     if (!desc)
         return nullptr;
-    if (!force_rdb && kov::usable(*desc)) {
-        KOV_TRACE("Doing Cache based lookup for %d", static_cast<int>(type));
-        desc->cache_hits += 1;
+    if (kov::answers_from_cache(*desc, type, force_rdb))
         return kov::cache_of(type).lookup(*key);
-    }
-    count_database_hit(*desc);
+    return kov::read_record(*key);
+}
+
+void *kov::read_record(const kov_rdb_key &key)
+{
+    const u32 type = type_of(key);
+    count_database_hit(kov_api.cache[type]);
     KOV_TRACE("Doing RDB based lookup for %d", static_cast<int>(type));
-    return read_database(*key);
+    const void *tlv = nullptr;
+    u32 tlv_len = 0;
+    if (!osal_rdb_read(kov_rdb_lib_handle, &key, sizeof key, &tlv, &tlv_len))
+        return nullptr;
+    return decoded(key, tlv, tlv_len);
 }
 
 u32 kov_rdb_iter_init(kov_rdb_iter *iter, const kov_rdb_key *key)

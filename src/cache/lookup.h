@@ -8,7 +8,8 @@
 // until the next lookup or step. Whoever needs more of it than one look copies it first.
 #pragma once
 
-#include "api/types.h"
+#include "api/trace.h"
+#include "cache/desc.h"
 
 #include <kov/kov_records.h>
 
@@ -36,6 +37,21 @@ void *kov_rdb_iter_get_next(kov_rdb_iter *iter);
 
 namespace kov
 {
+
+// The two halves of a lookup, for the query that knows its record's type and needs no key to find it in the
+// cache. First: whether the cache answers, and if so the hit is counted. In line, because a cached answer
+// takes little more than this.
+inline bool answers_from_cache(kov_cache_desc &desc, u32 type, u32 force_rdb)
+{
+    if (force_rdb || !usable(desc))
+        return false;
+    KOV_TRACE("Doing Cache based lookup for %d", static_cast<int>(type));
+    desc.cache_hits += 1;
+    return true;
+}
+
+// Second: the database's record under a key of an existing type, or null; counted too.
+void *read_record(const kov_rdb_key &key);
 
 // Opens the walk of a fill: over all records of `type`, always in the database. False (traced in `caller`'s
 // name) when the iterator cannot be initialised.

@@ -29,6 +29,14 @@ kov_rdb_sviinfo_t *expand(u32 svi_ifindex, const kov_svi_cache_entry &entry)
     return &record;
 }
 
+kov_rdb_sviinfo_t *cached(u32 svi_ifindex)
+{
+    if (fabric_ctrl_copy() && fabric_ctrl_copy()->svi_ifindex == svi_ifindex)
+        return fabric_ctrl_copy();
+    const kov_svi_cache_entry *entry = tree().lookup(svi_ifindex);
+    return entry ? expand(svi_ifindex, *entry) : nullptr;
+}
+
 kov_svi_cache_entry *create_entry(u32 svi_ifindex)
 {
     auto *entry = static_cast<kov_svi_cache_entry *>(kov_cache_alloc(sizeof(kov_svi_cache_entry), 1));
@@ -104,14 +112,7 @@ const char *name_text(const u32 *svi_ifindex)
 
 } // namespace
 
-void *kov::lookup_sviinfo(const kov_rdb_key &key)
-{
-    const u32 svi_ifindex = key.of.number;
-    if (fabric_ctrl_copy() && fabric_ctrl_copy()->svi_ifindex == svi_ifindex)
-        return fabric_ctrl_copy();
-    const kov_svi_cache_entry *entry = tree().lookup(svi_ifindex);
-    return entry ? expand(svi_ifindex, *entry) : nullptr;
-}
+void *kov::lookup_sviinfo(const kov_rdb_key &key) { return cached(key.of.number); }
 
 void *kov::step_sviinfo(kov_rdb_iter &iter)
 {
@@ -140,8 +141,10 @@ kov_rdb_sviinfo_t *kov_get_sviinfo_from_rdb(u32 svi_ifindex, u32 force_rdb)
         KOV_TRACE("Not initialized with KOV Api");
         return nullptr;
     }
+    if (kov::answers_from_cache(desc(), KOV_RDB_SVIINFO, force_rdb))
+        return cached(svi_ifindex);
     const kov_rdb_key key = kov::number_key(KOV_RDB_SVIINFO, svi_ifindex);
-    return static_cast<kov_rdb_sviinfo_t *>(kov_rdb_get_data_from_cache(&key, force_rdb));
+    return static_cast<kov_rdb_sviinfo_t *>(kov::read_record(key));
 }
 
 u32 kov_cache_sviinfo(const kov_rdb_sviinfo_t *rec, u32 svi_ifindex)

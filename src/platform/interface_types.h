@@ -23,7 +23,8 @@ inline bool has_type(u32 ifindex, u32 wanted)
     return if_index_get_type(ifindex, &type) == 0 && type == wanted;
 }
 
-// A VLAN interface or a bridge-domain interface.
+// A VLAN interface or a bridge-domain interface. Two questions: a platform may fail the one and answer the
+// other.
 inline bool has_svi_type(u32 ifindex)
 {
     return has_type(ifindex, if_type_vlan) || has_type(ifindex, if_type_bdi);

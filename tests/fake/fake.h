@@ -260,6 +260,8 @@ struct Codec {
     std::vector<std::string> errors;      // what fcodec_error_print was given, formatted
     std::array<uint32_t, 3> options = {}; // of the last conversion to a stream
     uint32_t flag = 0;                    // of the last conversion to a structure
+    uint32_t flags = 0;                   // of the last walk
+    uint32_t readable = ~0u;              // bytes that the last question for a structure's size allowed
 };
 
 // ------------------------------------------------------------------------------------------ the whole

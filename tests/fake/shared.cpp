@@ -43,6 +43,7 @@ int __wrap_fcodec_table_convert_tlv_to_struct(const void *tlv, uint32_t len, voi
 int __wrap_fcodec_table_get_struct_size_from_tlv(uint32_t *size, const void *tlv, uint32_t len,
                                                  const fcodec_table *t)
 {
+    platform().codec.readable = len;
     if (enter(Call::fcodec_table_get_struct_size_from_tlv))
         return platform().codec.code;
     return __real_fcodec_table_get_struct_size_from_tlv(size, tlv, len, t);
@@ -56,6 +57,7 @@ uint32_t __wrap_fcodec_table_size(const fcodec_table *t, const void *rec)
 int __wrap_fcodec_field_itr_init(fcodec_field_itr *itr, const void *tlv, uint32_t len, const fcodec_table *t,
                                  uint32_t flags, uint16_t start)
 {
+    platform().codec.flags = flags;
     if (enter(Call::fcodec_field_itr_init))
         return platform().codec.code;
     return __real_fcodec_field_itr_init(itr, tlv, len, t, flags, start);

@@ -223,8 +223,9 @@ TEST_F(Cli, HelpListsEveryCommandWithItsLine)
     Session session(dir(), "arp", 0);
     const auto help = session.ask("help");
     EXPECT_EQ(help.status, 0);
-    for (const char *line : {"help                     the commands of this process\n",
-                             "show cache               shows the cache\n", "show host "})
+    for (const char *line :
+         {"help                     [WORD...]: the commands of this process, or those that begin so\n",
+          "show cache               shows the cache\n", "show host "})
         EXPECT_NE(help.text.find(line), std::string::npos) << line << "not in\n" << help.text;
 }
 
@@ -473,6 +474,31 @@ TEST_F(Cli, ACommandRunFromWithinPrintsToStdout)
     EXPECT_EQ(kov_host_command_run("show"), 0);
     EXPECT_EQ(last.terminal, "stderr");
     EXPECT_EQ(kov_host_command_run(nullptr), -1);
+}
+
+int tell_all(void *cli, int argc, const char *const *argv, void *arg)
+{
+    const char *terminal = nullptr;
+    EXPECT_EQ(argc, 0);
+    EXPECT_EQ(argv[0], nullptr);
+    EXPECT_EQ(cli_get_string(cli, "_CLI_TTY_NAME_FIELD", &terminal), 0);
+    EXPECT_STREQ(terminal, "");
+    EXPECT_EQ(cli_is_set(cli, "detail"), 0);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(cli_cmd_printf(cli, "%s %d\n", static_cast<const char *>(arg), i), 1u);
+        EXPECT_EQ(cli_more_output(cli), 1);
+    }
+    return 1;
+}
+
+TEST_F(Cli, ACommandsTextCanBeHadWithoutASession)
+{
+    char word[] = "line";
+    const std::uint64_t commands = counters().commands;
+    EXPECT_STREQ(kov_host_command_text(tell_all, word), "line 0\nline 1\nline 2\n");
+    EXPECT_STREQ(kov_host_command_text([](void *, int, const char *const *, void *) { return 0; }, nullptr),
+                 "");
+    EXPECT_EQ(counters().commands, commands) << "nobody typed it";
 }
 
 } // namespace

@@ -30,15 +30,42 @@ constexpr fcodec_row end = {ones, ones, ones, 0, nullptr, nullptr, {0, 0}, ones,
 
 constexpr Table table = {{12, "example_t", {0, 0}}, {row(7, 8, 1), row(1, 0, 4), end}};
 
+constexpr fcodec_row nested_row(uint32_t id, uint32_t offset, uint32_t width)
+{
+    fcodec_row nested = row(id, offset, width);
+    nested.kind = FCODEC_KIND_NESTED;
+    return nested;
+}
+
+constexpr Table inner_table = {{4, "inner_t", {0, 0}}, {row(1, 2, 2), end, {}}};
+constexpr Table outer_table = {{6, "outer_t", {0, 0}}, {row(0, 0, 1), nested_row(5, 1, 4), end}};
+
 // clang-format off
 const Bytes example = {
     0x4B, 0x54, 0x4C, 0x56,  0x25, 0, 0, 0,  0x0C, 0, 0, 0,  2, 0, 0, 0,
     7, 0, 0, 0,  1, 0, 0, 0,  0xAB,
     1, 0, 0, 0,  4, 0, 0, 0,  0x44, 0x33, 0x22, 0x11,
 };
+const Bytes nested_example = {
+    0x4B, 0x54, 0x4C, 0x56,  0x3B, 0, 0, 0,  6, 0, 0, 0,  2, 0, 0, 0,
+    0, 0, 0, 0,  1, 0, 0, 0,  0xAB,
+    5, 0, 0, 0,  0x1A, 0, 0, 0,
+        0x4B, 0x54, 0x4C, 0x56,  0x1A, 0, 0, 0,  4, 0, 0, 0,  1, 0, 0, 0,
+        1, 0, 0, 0,  2, 0, 0, 0,  0x22, 0x11,
+};
 // clang-format on
 
 const Bytes record = {0x44, 0x33, 0x22, 0x11, 0, 0, 0, 0, 0xAB, 0, 0, 0};
+
+} // namespace
+
+extern "C" const fcodec_rule kov_codec_rule_tbl[] = {
+    {&outer_table.head, 5, FCODEC_NO_TAIL, &inner_table.head, nullptr},
+    {nullptr, 0, 0, nullptr, nullptr},
+};
+
+namespace
+{
 
 class CodecStream : public testing::Test
 {
@@ -64,6 +91,22 @@ TEST_F(CodecStream, IsTheDocumentedOneByteForByte)
     EXPECT_EQ(encoded, example);
     EXPECT_EQ(decode(), FCODEC_OK);
     EXPECT_EQ(decoded, record);
+}
+
+TEST_F(CodecStream, OfARecordInARecordIsTheDocumentedOneByteForByte)
+{
+    const Bytes outer = {0xAB, 0, 0, 0x22, 0x11, 0};
+    Bytes encoded(fcodec_table_size(&outer_table.head, outer.data()));
+    const auto size = static_cast<uint32_t>(encoded.size());
+    ASSERT_EQ(
+        fcodec_table_convert_struct_to_tlv(encoded.data(), size, &outer_table.head, outer.data(), 0, 0, 1),
+        FCODEC_OK);
+    EXPECT_EQ(encoded, nested_example);
+    Bytes back(outer.size());
+    EXPECT_EQ(
+        fcodec_table_convert_tlv_to_struct(nested_example.data(), size, back.data(), &outer_table.head, 1),
+        FCODEC_OK);
+    EXPECT_EQ(back, outer);
 }
 
 TEST_F(CodecStream, WithAWrongHeaderWordIsMalformed)

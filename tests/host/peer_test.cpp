@@ -58,6 +58,43 @@ protected:
     {
         run_until([&] { return heard.size() >= count; });
     }
+    // A process that reads so many messages and tells how many it has, and none after that.
+    std::unique_ptr<Child> reader(int messages) const
+    {
+        const std::string path = directory.path();
+        return std::make_unique<Child>([path, messages](const Child::Side &side) {
+            side.hear();
+            if (kov_host_attach_server(path.c_str(), "server", server_sap) != 0)
+                return 1;
+            side.tell(1);
+            struct Reading {
+                const Child::Side &side;
+                int wanted, seen;
+            } reading{side, messages, 0};
+            kov_host_on_message(
+                [](const ipc_message *, void *arg) {
+                    auto *self = static_cast<Reading *>(arg);
+                    self->side.tell(++self->seen);
+                    if (self->seen == self->wanted)
+                        kov_host_on_message(nullptr, nullptr);
+                },
+                &reading);
+            return kov_host_run();
+        });
+    }
+
+    // Watches a reader that is there, and sends it messages that it reads.
+    void have_read(Child &reader, int messages)
+    {
+        serve(reader);
+        attach();
+        watch();
+        for (int i = 1; i <= messages; ++i) {
+            EXPECT_EQ(send(), 0);
+            EXPECT_EQ(reader.next(), i);
+        }
+    }
+
     std::vector<int> heard;
 
 public:
@@ -165,6 +202,50 @@ TEST_F(Peer, MayBeForgottenAndMessagesSentInsideTheCallback)
     EXPECT_EQ(once.sent, 0);
     run_ready();
     EXPECT_EQ(once.calls, 1);
+}
+
+TEST_F(Peer, ThatDiesWithMessagesInItsQueueIsCountedByTheirSender)
+{
+    const auto first = server(), second = server();
+    serve(*first);
+    attach();
+    watch();
+    const kov_host_counters before = counters();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(send(), 0);
+    first->kill();
+    hear(1);
+    EXPECT_EQ(counters().ipc_peer_unread - before.ipc_peer_unread, 3u);
+    EXPECT_EQ(counters().ipc_send_failures, before.ipc_send_failures) << "they were sent";
+    serve(*second);
+    hear(2);
+    EXPECT_EQ(send(), 0);
+    second->kill();
+    EXPECT_NE(send(), 0) << "the send finds the death first";
+    EXPECT_EQ(counters().ipc_peer_unread - before.ipc_peer_unread, 4u);
+}
+
+TEST_F(Peer, ThatHasReadAllItsMessagesLosesNone)
+{
+    const auto first = reader(2);
+    const kov_host_counters before = counters();
+    have_read(*first, 2);
+    first->kill();
+    hear(1);
+    EXPECT_EQ(counters().ipc_peer_unread, before.ipc_peer_unread);
+}
+
+// What the peer had read is forgotten once a send finds its queue empty, and not before.
+TEST_F(Peer, ThatHasReadSomeOfItsMessagesLosesAtMostTheOthers)
+{
+    const auto first = reader(2);
+    const kov_host_counters before = counters();
+    have_read(*first, 2);
+    EXPECT_EQ(send(), 0);
+    EXPECT_EQ(send(), 0);
+    first->kill();
+    hear(1);
+    EXPECT_EQ(counters().ipc_peer_unread - before.ipc_peer_unread, 2u);
 }
 
 TEST_F(Peer, CannotBeWatchedByWhoIsNotAttached)

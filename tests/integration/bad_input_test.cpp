@@ -106,11 +106,11 @@ TEST_F(BadStart, TheServerNeedsAScenario)
 
 TEST_F(BadStart, WithoutAServerEveryoneSaysWhatToDo)
 {
-    EXPECT_EQ(kovctl("status").status, 1);
+    EXPECT_EQ(kovctl("status").status, 3);
     const std::string advice = "no server in " + runtime() + ": start one with kovd";
     EXPECT_NE(kovctl("status").err.find(advice), std::string::npos) << kovctl("status").err;
     for (const char *line : {"get fabric-id", "watch"}) {
-        EXPECT_EQ(kovctl(line).status, 1);
+        EXPECT_EQ(kovctl(line).status, 3);
         EXPECT_NE(kovctl(line).err.find("does not exist: start the server first"), std::string::npos);
     }
     const Result agent = run_lab("kov-agent", {});
@@ -124,7 +124,7 @@ TEST_F(BadStart, WithoutALivingServerAClientSaysWhatToDo)
     const Result agent = run_lab("kov-agent", {});
     EXPECT_EQ(agent.status, 1);
     EXPECT_EQ(agent.err, "kov-agent: the server does not answer: start one with kovd\n");
-    EXPECT_EQ(kovctl("watch").status, 1);
+    EXPECT_EQ(kovctl("watch").status, 3);
     EXPECT_NE(kovctl("watch").err.find("no server in " + runtime()), std::string::npos);
     EXPECT_EQ(ask("get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n")
         << "the records are still there";
@@ -139,7 +139,9 @@ TEST_F(BadStart, AClientsNameCanBeTakenOnce)
     EXPECT_EQ(second.err, "kov-agent: the name arp is taken by a running process (pid " +
                               std::to_string(arp.pid()) + ")\n");
     EXPECT_EQ(run_lab("kov-agent", {"--name", "not/a/name"}).status, 1);
-    EXPECT_EQ(run_lab("kov-agent", {"--types", "21"}).status, 2);
+    const Result no_type = run_lab("kov-agent", {"--types", "21"});
+    EXPECT_EQ(no_type.status, 2);
+    EXPECT_TRUE(no_type.err.starts_with("kov-agent: \"21\" is no message type: 1 to 20, ")) << no_type.err;
     EXPECT_EQ(run_lab("kov-agent", {"stray"}).status, 2);
 }
 
@@ -205,7 +207,7 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"show topology x",                            1, "\"x\" is not a whole number"},
         {"set port eth1/5",                            2, "usage: set port NAME FIELD=VALUE"},
         {"set port eth1/49 tracking=on",               1, "eth1/49 is outside its card, which has 48 ports"},
-        {"set port eth3/1 tracking=on",                1, "eth3/1 is on none of the line_cards"},
+        {"set port eth3/1 tracking=on",                1, "eth3/1 is on none of the line_cards: eth1, eth2"},
         {"set port po3 tracking=on",                   1, "po3 is not among the port_channels"},
         {"set port vlan10 tracking=on",                1, "\"vlan10\" is not a port, like eth1/5 or po10"},
         {"set port eth1/5 tracking=maybe",             1, "tracking: \"maybe\" is none of no, yes, off, on"},
@@ -244,7 +246,7 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"get fabric-id 5",                            2, "usage: get fabric-id"},
         {"get conv-aging-timeout ipx",                 2, "the family is ipv4 or ipv6"},
         {"-c arp get speed",                           2, "usage: get QUERY"},
-        {"-c nobody get fabric-id",                    1, "no client nobody"},
+        {"-c nobody get fabric-id",                    3, "no client nobody"},
         {"-c arp set svi vlan10 is_up=no",             2, "unknown command 'set svi"},
         {"statsu",                                     2, "unknown command 'statsu'"},
         {"",                                           2, "kovctl"},
@@ -256,6 +258,16 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"-c arp report 10.1.2.3 vlan10 vlan=4095",    1, "4095"},
         {"-c arp report 10.1.2.3 vlan10 port=vlan10",  1, "vlan10"},
         {"-c arp report 10.1.2.3 vlan10 bridge=1",     1, "\"bridge=1\" is none of vlan=, iod=, port= and port_iod="},
+        {"-c arp set host 10.1.2.3",                   2, "usage: set host ADDRESS INTERFACE"},
+        {"-c arp set host 10.1.2 vlan10",              1, "\"10.1.2\" is not an address"},
+        {"-c arp set host 10.1.2.3 vlan10 iod=-1",     1, "-1 is out of range, it must be from 0 to 2147483647"},
+        {"-c arp del host",                            2, "usage: del host ADDRESS"},
+        {"-c arp del host ten",                        1, "\"ten\" is not an address"},
+        {"-c arp del host 10.1.2.3",                   1, "10.1.2.3 did not answer before"},
+        {"-c arp list hosts all",                      2, "usage: list hosts"},
+        {"verify arp",                                 2, "usage: verify CLIENT ADDRESS"},
+        {"verify arp ten",                             1, "\"ten\" is not an address"},
+        {"verify nobody 10.1.2.3",                     1, "no client \"nobody\" is registered for type 12"},
         {"-c arp set vrf 1",                           2, "usage: set vrf ID NAME"},
         {"-c arp set vrf one default",                 1, "\"one\" is not a whole number"},
         {"-c arp set vrf 1 a-name-of-thirty-three-characters", 1, "is no VRF name: 1 to 32 characters"},
@@ -282,9 +294,15 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"-c arp load",                                2, "usage: load SCENARIO"},
         {"wait",                                       2, "wait for: server"},
         {"wait clients",                               2, "wait for: server"},
-        {"watch --types 0",                            2, "no list of message types"},
+        {"watch --types 0",                            2, "--types: \"0\" is no message type: 1 to 20, register, "},
+        {"watch --types svis",                         2, "--types: \"svis\" is no message type"},
+        {"set svi vlan10 is_up=no as=prefix",          1, "as: no message of type prefix tells of such a change; those that do are svi (9), fabric-ctrl-seg (11), "},
+        {"inject arp 35 clients",                      1, "\"clients\" is no opcode: a number, or one of client, glean, "},
+        {"profile reply good",                         1, "\"good\" is no code: 1 to 48, no-error, "},
+        {"set svii vlan10",                            2, "did you mean set svi?"},
+        {"-c arp set geninfo fabric_id=1",             2, "did you mean set host, set route, set vrf?"},
         {"watch --count many",                         2, "--count"},
-        {"wait clients 99 --timeout 0",                1, "waited 0 s for kovd: clients 99; it says clients: 1"},
+        {"wait clients 99 --timeout 0",                4, "waited 0 s for kovd: clients 99; it says clients: 1"},
     };
     // clang-format on
     serve();
@@ -411,9 +429,9 @@ protected:
         std::strcpy(request_.client_name, "honest");
     }
     void send() { send(&request_, sizeof request_); }
-    void send(const void *bytes, std::size_t size)
+    void send(const void *bytes, std::size_t size, std::uint32_t opcode = KOV_OPC_CLIENT)
     {
-        ASSERT_EQ(ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, KOV_SERVER_SAP, KOV_OPC_CLIENT, bytes,
+        ASSERT_EQ(ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, KOV_SERVER_SAP, opcode, bytes,
                            static_cast<std::uint32_t>(size), 0, 0, 0),
                   0);
     }
@@ -469,6 +487,28 @@ TEST_F(HostileClient, MayWithdrawWithoutHavingRegistered)
     send();
     EXPECT_TRUE(server.says("was not registered\n"));
     EXPECT_EQ(status("frames refused"), "0");
+}
+
+TEST_F(HostileClient, MayNotHaveHostsVerifiedWithoutHavingRegistered)
+{
+    Process &server = serve();
+    Process &arp = client("arp");
+    attach();
+    kov_host_verify_msg wanted{};
+    wanted.family = 1;
+    send(&wanted, sizeof wanted, KOV_OPC_HOST_VERIFY);
+    EXPECT_TRUE(server.says("it wants a host to be verified and is not registered\n"));
+    EXPECT_EQ(status("frames refused"), "1");
+    EXPECT_EQ(status("hosts to verify"), "0");
+    EXPECT_EQ(arp.output().find("check this"), std::string::npos);
+    send(&wanted, sizeof wanted - 1, KOV_OPC_HOST_VERIFY);
+    const kov_arp_verified_msg found{};
+    send(&found, sizeof found, KOV_OPC_ARP_VERIFIED); // a report asks for no registration
+    request_.mtype = KOV_MTYPE_REGISTER;
+    send();
+    ask("wait clients 2");
+    ask("wait found 1");
+    EXPECT_NE(ask("list hosts").find("pid " + std::to_string(getpid())), std::string::npos);
 }
 
 TEST_F(HostileClient, ThatSendsRubbishIsLoggedAndDoesNoHarm)

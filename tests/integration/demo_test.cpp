@@ -59,7 +59,7 @@ TEST_F(Demo, ShowsThirteenStepsAndLeavesNothingBehind)
     const auto run = demo();
     const Result &result = run->finish();
     EXPECT_EQ(result.status, 0) << result.out << result.err;
-    EXPECT_EQ(count(result.out, "✓"), 28u) << result.out;
+    EXPECT_EQ(count(result.out, "✓"), 29u) << result.out;
     EXPECT_EQ(count(result.out, "✗"), 0u);
     EXPECT_NE(result.out.find("\n13. "), std::string::npos);
     EXPECT_TRUE(result.out.ends_with("\nEvery answer was the expected one.\n"));

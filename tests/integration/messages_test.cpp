@@ -1,6 +1,8 @@
 // The messages that the server makes, byte by byte, and the texts in which messages are told.
 #include "announce.h"
+#include "frames.h"
 #include "messages.h"
+#include "profile_messages.h"
 #include "scenario.h"
 
 #include <kov_host.h>
@@ -313,6 +315,49 @@ TEST(TypeList, IsReadAndWritten)
         EXPECT_EQ(parse_mask(bad, why), std::nullopt) << bad;
 }
 
+TEST(MessageTypes, HaveAWordEachByWhichAPersonNamesThem)
+{
+    std::string why;
+    EXPECT_EQ(parse_mask("svi,topology", why), 0x80200u);
+    EXPECT_EQ(parse_mask("svi-change,4-6,port-l2dci", why), 0x140070u);
+    EXPECT_EQ(parse_mask("all", why), 0x1ffff0u);
+    EXPECT_EQ(mask_words(0x80200), "svi,topology");
+    EXPECT_EQ(mask_words(0x1ffff0), "all");
+    EXPECT_EQ(mask_words(0), "none");
+    EXPECT_EQ(parse_mask("svis", why), std::nullopt);
+    EXPECT_TRUE(why.starts_with("\"svis\" is no message type: 1 to 20, register, register-ack, ")) << why;
+    for (std::uint32_t mtype = 1; mtype < KOV_MTYPE_END; ++mtype)
+        EXPECT_EQ(parse_mtype(mtype_word(mtype), why), mtype) << mtype_word(mtype);
+    EXPECT_EQ(mtype_words().size(), 20u);
+    EXPECT_EQ(parse_mtype("20", why), 20u);
+}
+
+TEST(MessageTypes, OpcodesHaveWordsToo)
+{
+    std::string why;
+    EXPECT_EQ(parse_opcode("client", why), KOV_OPC_CLIENT);
+    EXPECT_EQ(parse_opcode("nd-verified", why), KOV_OPC_ND_VERIFIED);
+    EXPECT_EQ(parse_opcode("0x3D404", why), KOV_OPC_GLEAN);
+    EXPECT_EQ(parse_opcode("", why), std::nullopt);
+    EXPECT_EQ(parse_opcode("4294967296", why), std::nullopt);
+    EXPECT_EQ(why, "\"4294967296\" is no opcode: a number, or one of client, glean, verify, arp-verified, "
+                   "nd-verified");
+    EXPECT_EQ(opcode_words().size(), 5u);
+}
+
+TEST(MessageTypes, ResultsOfProfilesHaveTheirTextInOneWord)
+{
+    std::string why;
+    EXPECT_EQ(parse_profile_code("no-error", why), 1u);
+    EXPECT_EQ(parse_profile_code("error-no-profile-found", why), 22u);
+    EXPECT_EQ(parse_profile_code("error-other", why), 27u) << "the first of several";
+    EXPECT_EQ(parse_profile_code("clear-profile-deleted", why), 42u);
+    EXPECT_EQ(parse_profile_code("48", why), 48u);
+    EXPECT_EQ(parse_profile_code("49", why), std::nullopt);
+    EXPECT_EQ(parse_profile_code("good", why), std::nullopt);
+    EXPECT_TRUE(why.starts_with("\"good\" is no code: 1 to 48, no-error, no-error-refresh, ")) << why;
+}
+
 TEST(FrameText, NeverShowsWhatATerminalWouldObey)
 {
     kov_registration_request request{};
@@ -332,20 +377,35 @@ TEST(FrameText, KnowsTheNotificationsOfClients)
 {
     Bytes glean(73), verify(50), arp(56), nd(44), profile(176);
     const std::uint32_t vlan10 = kov_host_ifindex_parse("vlan10");
-    const std::uint8_t address[] = {3, 2, 1, 10};
+    const std::uint32_t port = kov_host_ifindex_parse("eth1/5");
+    const std::uint8_t address[] = {3, 2, 1, 10}, other[] = {7, 8, 9, 10};
     glean[24] = 1;
     glean[25] = 3;
     std::memcpy(&glean[37], &vlan10, 4);
+    glean[33] = 7;
+    std::memcpy(&glean[29], &port, 4);
     std::memcpy(&glean[41], address, 4);
-    EXPECT_EQ(describe_frame(0x3D404, glean), "glean 10.1.2.3 in VRF 3 on vlan10");
+    std::memcpy(&glean[57], &other, 4);
+    EXPECT_EQ(describe_frame(0x3D404, glean),
+              "glean 10.1.2.3 in VRF 3 on vlan10, from 10.9.8.7 at eth1/5, value 7");
+    glean[24] = 2;
+    EXPECT_EQ(describe_frame(0x3D404, glean),
+              "glean 302:10a:: in VRF 3 on vlan10, from 708:90a:: at eth1/5, value 7");
     std::memcpy(verify.data(), "blue", 4);
     verify[33] = 1;
     verify[34] = 10;
     verify[37] = 9;
     EXPECT_EQ(describe_frame(0x3D405, verify), "verify host 10.0.0.9 in VRF blue");
+    verify[33] = 0;
+    EXPECT_EQ(describe_frame(0x3D405, verify), "verify host (IPv6) in VRF blue") << "no address travels";
+    std::fill_n(verify.begin(), 33, std::uint8_t{'v'}); // no NUL
+    EXPECT_EQ(describe_frame(0x3D405, verify), "verify host (IPv6) in VRF " + std::string(33, 'v'));
     std::memcpy(&arp[4], &vlan10, 4);
     std::memcpy(&arp[28], address, 4);
     EXPECT_EQ(describe_frame(0x13C04, arp), "ARP verified 10.1.2.3 on vlan10");
+    std::memcpy(&arp[12], &port, 4);
+    arp[50] = 11;
+    EXPECT_EQ(describe_frame(0x13C04, arp), "ARP verified 10.1.2.3 on vlan10, VLAN 11, port eth1/5");
     nd[22] = 0x20;
     nd[40] = 7;
     EXPECT_EQ(describe_frame(0x14401, nd), "ND verified 2000:: on iod 7");

@@ -63,6 +63,59 @@ TEST_F(PeerMessages, TheServersTerminalShowsFramesInBothDirections)
     EXPECT_EQ(terminal->stop().status, 0);
 }
 
+struct Watched {
+    const char *command; // of the operator
+    const char *line;    // that watch shows
+};
+
+TEST_F(PeerMessages, WatchShowsWhatClientsAndTheServerTellEachOther)
+{
+    // clang-format off
+    const Watched rows[] = {
+        {"-c arp verify red 10.1.2.3",                "from SAP 2000 (arp): verify host 10.1.2.3 in VRF red"},
+        {"-c arp verify red 10.1.2.4",                "type 12, profile message: check of 10.1.2.4 (reference 0): No Error: Other"},
+        {"-c arp report 10.1.2.3 vlan10 vlan=10",     "from SAP 2000 (arp): ARP verified 10.1.2.3 on vlan10, VLAN 10"},
+        {"-c arp report 2001:db8::7 vlan10 iod=44",   "from SAP 2000 (arp): ND verified 2001:db8::7 on iod 44"},
+        {"-c arp glean red 10.1.2.3 10.1.2.9 vlan10", "from SAP 2000 (arp): glean 10.1.2.3 in VRF 2 on vlan10, from 10.1.2.9 at vlan10, value 0"},
+        {"-c arp profile add h vni=5000",             "from SAP 2000 (arp): profile add of h (reference 1): vni=5000"},
+        {"-c arp profile check h",                    "from SAP 2000 (arp): profile check of h (reference 1)"},
+        {"-c arp profile del h",                      "to SAP 2000 (arp): type 12, profile message: delete of h (reference 1): No Error"},
+        {"set svi vlan10 fwd_mode=standard",          "to SAP 2000 (arp): type 9, SVI forwarding mode: vlan10"},
+        {"set svi vlan10 is_up=no",                   "type 9, SVI forwarding mode: vlan10"},
+    };
+    // clang-format on
+    serve();
+    client("arp", "9,12");
+    ask("-c arp set vrf 2 red");
+    ask("-c arp set route red 10.1.0.0/16 conditional");
+    const auto watch = start("kovctl", {"watch"});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    for (const Watched &row : rows) {
+        ask(row.command);
+        EXPECT_TRUE(watch->says(std::string("\n") + row.line + "\n")) << watch->output();
+    }
+    Process &nd = client("nd", "9");
+    EXPECT_TRUE(
+        watch->says("register \"nd\" (pid " + std::to_string(nd.pid()) + ", SAP 2002) for types 9\n"));
+    EXPECT_TRUE(watch->says("to SAP 2002 (nd): type 2, registration acknowledgement\n"));
+    nd.stop();
+    forget(nd);
+    EXPECT_TRUE(watch->says("from SAP 2002 (nd): deregister \"nd\" (pid "));
+    EXPECT_EQ(watch->stop().status, 0);
+    EXPECT_EQ(watch->stop().out.find("SAP 2001"), std::string::npos) << "its own frames are what it prints";
+}
+
+TEST_F(PeerMessages, WatchEndsWithTheServer)
+{
+    Process &server = serve();
+    const auto watch = start("kovctl", {"watch"});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    server.stop();
+    forget(server);
+    EXPECT_EQ(watch->finish().status, 3);
+    EXPECT_EQ(watch->finish().err, "kovctl: the server is gone\n");
+}
+
 TEST_F(PeerMessages, AReportThatCannotBeSentSaysSoAndIsCounted)
 {
     Process &server = serve();

@@ -19,13 +19,11 @@ namespace
 // Longer than anything takes that does not hang, on a loaded machine and under sanitizers.
 constexpr std::chrono::seconds patience{60};
 
-[[noreturn]] void become(const std::vector<std::string> &argv, const Process::Environment &environment,
-                         int out, int err)
+} // namespace
+
+void become(const std::vector<std::string> &argv, const Process::Environment &environment)
 {
-    setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    dup2(out, STDOUT_FILENO);
-    dup2(err, STDERR_FILENO);
     for (const auto &[name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
     std::vector<char *> words;
@@ -36,8 +34,6 @@ constexpr std::chrono::seconds patience{60};
     _exit(127);
 }
 
-} // namespace
-
 Process::Process(const std::vector<std::string> &argv, const Environment &environment)
 {
     int out[2];
@@ -45,8 +41,12 @@ Process::Process(const std::vector<std::string> &argv, const Environment &enviro
     if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
         throw std::runtime_error("no pipe");
     pid_ = fork();
-    if (pid_ == 0)
-        become(argv, environment, out[1], err[1]);
+    if (pid_ == 0) {
+        setpgid(0, 0);
+        dup2(out[1], STDOUT_FILENO);
+        dup2(err[1], STDERR_FILENO);
+        become(argv, environment);
+    }
     setpgid(pid_, pid_); // here too: a signal to the group may come before the child has run
     close(out[1]);
     close(err[1]);

@@ -59,4 +59,7 @@ private:
 
 Result run(const std::vector<std::string> &argv, const Process::Environment &environment = {});
 
+// In a child: becomes the program argv[0], which dies with its parent.
+[[noreturn]] void become(const std::vector<std::string> &argv, const Process::Environment &environment);
+
 } // namespace integration

@@ -13,11 +13,11 @@ using namespace integration;
 class ServerDeath : public RealLab
 {
 protected:
-    void kill(Process &server)
+    void kill(Process &process)
     {
-        server.signal(SIGKILL);
-        EXPECT_EQ(server.finish().status, 128 + SIGKILL);
-        forget(server);
+        process.signal(SIGKILL);
+        EXPECT_EQ(process.finish().status, 128 + SIGKILL);
+        forget(process);
     }
 };
 
@@ -56,6 +56,53 @@ TEST_F(ServerDeath, AClientThatIsToldToStopMeanwhileSaysThatNobodyIsThere)
     forget(arp);
 }
 
+TEST_F(ServerDeath, WhatTheServerDidNotReadAndWhatCouldNotBeSentIsCountedAndTold)
+{
+    Process &first = serve();
+    Process &arp = client("arp");
+    ask("set geninfo fabric_id=42");
+    handled("arp", 1);
+    first.signal(SIGSTOP);
+    for (int i = 0; i < 3; ++i)
+        ask("-c arp report 10.1.2.3 vlan10"); // the server's queue takes it
+    kill(first);
+    EXPECT_TRUE(
+        arp.says("the server is gone; the cache goes on answering; messages not sent: 0, not read: 3\n"));
+    for (const char *line : {"-c arp report 10.1.2.3 vlan10", "-c arp verify red 10.1.2.3"})
+        EXPECT_EQ(kovctl(line).status, 1) << line;
+    EXPECT_EQ(ask("-c arp get fabric-id"), "kov_get_fabric_id() = 42, from cache\n");
+
+    serve();
+    EXPECT_TRUE(
+        arp.says("the server is back; asked it to register arp; messages not sent: 2, not read: 0\n"));
+    ask("-c arp wait returned 1");
+    ask("-c arp wait registered");
+    expect_agreement("arp");
+    EXPECT_EQ(status("messages not sent", "arp"), "2");
+    EXPECT_EQ(status("messages unread", "arp"), "3");
+    EXPECT_EQ(status("hosts found"), "0") << "nothing is sent again";
+}
+
+TEST_F(ServerDeath, WhatADeadClientDidNotReadIsCountedByTheServerAndToldOnItsTerminals)
+{
+    serve();
+    Process &arp = client("arp");
+    const auto terminal = start("kovctl", {"debug", "on"});
+    ASSERT_TRUE(terminal->says("traces of kovd; Ctrl-C ends"));
+    arp.signal(SIGSTOP);
+    for (int i = 1; i <= 3; ++i)
+        ask("set geninfo fabric_id=" + std::to_string(100 + i)); // the client's queue takes it
+    kill(arp);
+    ask("set geninfo fabric_id=200");
+    EXPECT_TRUE(
+        terminal->says("kovd: warning: client \"arp\" (SAP 2000) is struck off: Connection refused; 1 "
+                       "messages lost\n"))
+        << terminal->output();
+    EXPECT_EQ(status("messages unread"), "3");
+    EXPECT_EQ(status("messages lost"), "1");
+    EXPECT_EQ(terminal->stop().status, 0);
+}
+
 // Killed while it changes, commits, tells and starts, at points that no test could name.
 TEST_F(ServerDeath, AHundredDeathsAtRandomPointsLeaveTheClientWithWhatTheDatabaseHolds)
 {
@@ -73,6 +120,8 @@ TEST_F(ServerDeath, AHundredDeathsAtRandomPointsLeaveTheClientWithWhatTheDatabas
         ::usleep(static_cast<useconds_t>(random() % 20000));
         kill(*server);
         change->finish(); // well or not, as the server let it
+        EXPECT_TRUE(ask("-c arp get fwd-mode vlan10").ends_with(", from cache\n")) << "nobody is there";
+        EXPECT_EQ(kovctl("-c arp report 10.1.2.3 vlan10").status, 1);
         server = &serve();
         ASSERT_EQ(kovctl("-c arp wait returned " + std::to_string(death)).status, 0);
         ASSERT_EQ(kovctl("-c arp wait registered").status, 0);
@@ -81,6 +130,7 @@ TEST_F(ServerDeath, AHundredDeathsAtRandomPointsLeaveTheClientWithWhatTheDatabas
     }
     EXPECT_EQ(status("server losses", "arp"), std::to_string(deaths));
     EXPECT_EQ(status("server returns", "arp"), std::to_string(deaths));
+    EXPECT_EQ(status("messages not sent", "arp"), std::to_string(deaths)) << "none is lost in silence";
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "oak_bench.h"
 
+#include <functional>
+
 namespace
 {
 
@@ -183,6 +185,37 @@ TEST_F(OrderedTree, ATreeMayBeOverwrittenAndInitialisedAnew)
     oak_init_new(&tree.tree, nullptr, kit::name_size, 16, 0);
     EXPECT_TRUE(tree.insert(node("b")));
     EXPECT_EQ(tree.names(), Names{"b"});
+}
+
+TEST_F(OrderedTree, ANodeThatWasFoundIsGoneOnceItIsDeleted)
+{
+    auto gone = std::make_unique<Node>("a");
+    ASSERT_TRUE(tree.insert(*gone));
+    ASSERT_TRUE(tree.insert(node("b")));
+    ASSERT_EQ(tree.at("a"), gone.get());
+    ASSERT_EQ(tree.at("a"), gone.get());
+    ASSERT_TRUE(tree.remove(*gone));
+    gone.reset();
+    EXPECT_EQ(tree.at("a"), nullptr);
+    Node &again = node("a");
+    ASSERT_TRUE(tree.insert(again));
+    EXPECT_EQ(tree.at("a"), &again);
+}
+
+TEST_F(OrderedTree, ANodeThatWasFoundIsGoneWithTheTreeThatHeldIt)
+{
+    const oak_tree empty = tree.tree;
+    const auto overwrite = [&] { tree.tree = empty; };
+    const auto clear = [&] { oak_init_new(&tree.tree, nullptr, kit::name_size, offsetof(Node, name), 0); };
+    for (const std::function<void()> &forget : {std::function<void()>(overwrite), {clear}}) {
+        overwrite();
+        auto gone = std::make_unique<Node>("a");
+        ASSERT_TRUE(tree.insert(*gone));
+        ASSERT_EQ(tree.at("a"), gone.get());
+        forget();
+        gone.reset();
+        EXPECT_EQ(tree.at("a"), nullptr);
+    }
 }
 
 TEST_F(OrderedTree, TwoTreesKeepTheirNodesApart)

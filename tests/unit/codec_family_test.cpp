@@ -109,10 +109,11 @@ TEST_P(CodecFamily, DecodesNothingFromADamagedStreamAndReportsIt)
     EXPECT_EQ(out, Bytes(out.size(), 0xEE));
 }
 
-TEST_P(CodecFamily, TellsTheSizeOfTheRecordInAStream)
+TEST_P(CodecFamily, TellsTheSizeOfTheRecordInAStreamThatSaysItsOwnLength)
 {
     const Bytes tlv = stream();
     EXPECT_EQ(codec.struct_sz(tlv.data()), static_cast<int32_t>(record.bytes().size()));
+    EXPECT_EQ(platform.codec.readable, 0u);
     EXPECT_EQ(codec_calls(platform), (std::vector<Call>{Call::fcodec_table_get_struct_size_from_tlv}));
     expect_no_error();
 }
@@ -156,13 +157,14 @@ TEST_P(CodecFamily, WalksTheFieldsInTableOrder)
     expect_no_error();
 }
 
-TEST_P(CodecFamily, StartsAWalkAtAnyFieldAndReportsNoFailureOfIt)
+TEST_P(CodecFamily, StartsAWalkAtAnyFieldAndPassesTheFlagsAndReportsNoFailureOfIt)
 {
     const Bytes tlv = stream();
     const auto last = static_cast<uint16_t>(codec.row_count - 1);
     fcodec_field_itr walk;
     fcodec_field field = {};
-    ASSERT_EQ(codec.itr_init(&walk, tlv.data(), size(tlv), 0, last), 0);
+    ASSERT_EQ(codec.itr_init(&walk, tlv.data(), size(tlv), 66, last), 0);
+    EXPECT_EQ(platform.codec.flags, 66u);
     ASSERT_EQ(codec.get_next(&walk, &field), 0);
     EXPECT_EQ(field.id, codec.rows[last].id);
     EXPECT_EQ(codec.get_next(&walk, &field), 2);

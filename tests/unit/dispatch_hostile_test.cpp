@@ -74,7 +74,7 @@ protected:
 
 TEST_F(HostileMessage, EveryTruncationOfEveryTypeIsRefusedAndChangesNothing)
 {
-    for (uint16_t mtype = 1; mtype < KOV_MTYPE_END; ++mtype) {
+    for (uint16_t mtype = 0; mtype < KOV_MTYPE_END; ++mtype) {
         SCOPED_TRACE(name_of_type(mtype));
         const Bytes message = whole(mtype, kov_get_clients_msg_data_sz(mtype) ? 2 : 0);
         const auto length = static_cast<uint32_t>(message.size());
@@ -85,8 +85,38 @@ TEST_F(HostileMessage, EveryTruncationOfEveryTypeIsRefusedAndChangesNothing)
             else
                 expect_refused(cut, {received_type(mtype), invalid_data(length, length)});
         }
-        expect_accepted(message);
+        if (mtype != 0)
+            expect_accepted(message);
     }
+    expect_refused(whole(0, 0), {received_type(0), "Received unexpected mtype(0x00000000) in "
+                                                   "kov_dispatch(0x001ffffe)"});
+}
+
+// Of a profile message the length is not looked at; the profile layer takes none that is cut short.
+TEST_F(HostileMessage, EveryTruncationOfAProfileMessageGoesToTheHandlerAndToNoCallback)
+{
+    static unsigned called;
+    called = 0;
+    const kov_profile_callback count = [](uint32_t, uint32_t, uint32_t, uint32_t, const uint8_t *,
+                                          const kov_profile_reply *,
+                                          const kov_profile_options_t *) { return ++called; };
+    const kov_profile_callbacks callbacks = {count, count, count};
+    kov_profile_register_callback(&callbacks);
+    Bytes message = filled(12, 1, 5555, 5555, 0x2F);
+    message[161] = KOV_PROFILE_UHOST_KEY;
+    debug_on();
+    for (std::size_t size = 161; size < message.size(); ++size) {
+        const Bytes context = context_bytes();
+        clear_traces();
+        Bytes cut(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(size));
+        put_network(cut, 24, static_cast<uint32_t>(size)); // the handler here believes it
+        expect_accepted(cut);
+        ASSERT_EQ(traces(), std::vector{received_type(12)}) << size;
+        ASSERT_EQ(context_bytes(), context) << size;
+    }
+    EXPECT_EQ(called, 0u);
+    EXPECT_EQ(dispatch_bytes(message), 1u);
+    EXPECT_EQ(called, 1u);
 }
 
 // --------------------------------------------------------------------------------------- counts and lengths
@@ -189,11 +219,78 @@ TEST_F(HostileMessage, HeaderBytesThatNobodyReadsMayHoldAnything)
     expect_accepted(message);
 }
 
+// What one junk record does: its traces, and what it adds to the counters.
+struct JunkCase {
+    std::vector<uint16_t> mtypes;
+    uint32_t type;
+    uint32_t refreshes; // of the type, each a read of the database
+    uint32_t svi_reads; // of an SVI beside it
+    std::vector<std::string> traces;
+};
+
 TEST_F(HostileMessage, RecordsThatNameNothingBringNothingIntoACache)
+{
+    const std::vector<std::string> no_slot = {
+        "kov_ifindex_get_slot_port failed with ifindex 0xeeeeeeee [slot/port: 0/0]"};
+    const JunkCase cases[] = {
+        {{4, 5, 6, 7, 13, 14, 16, 17},
+         KOV_RDB_GENINFO,
+         1,
+         0,
+         {"Doing RDB based lookup for 1", "KOV RDB Geninfo is cached/updated"}},
+        {{9, 11, 15, 18},
+         KOV_RDB_SVIINFO,
+         1,
+         0,
+         {"Doing RDB based lookup for 2", "Not a Fabric Control SVI -", "KOV RDB Sviinfo is cached/updated",
+          "KOV RDB - Sviinfo is cached/Updated"}},
+        {{10}, KOV_RDB_PORT_TRACKING, 0, 0, no_slot},
+        {{8},
+         KOV_RDB_AGGR_SUB_PFX,
+         1,
+         0,
+         {"Doing RDB based lookup for 4", "KOV RDB Aggregate-subnet-pfx info is cached/updated",
+          "KOV RDB " + std::string(32, '\xEE') +
+              " 238.238.238.238/238 Aggregate-subnet-pfx is cached/Updated"}},
+        {{20}, KOV_RDB_PORT_L2DCI, 0, 0, no_slot},
+        {{19},
+         KOV_RDB_L2RIB_TOPO_INFO,
+         1,
+         1,
+         {"Doing RDB based lookup for 2", "Doing RDB based lookup for 6",
+          "KOV RDB L2RIB Topo id 4008636142 is cached/updated",
+          "KOV RDB  L2RIB Topo id 4008636142 is cached/Updated"}},
+    };
+    const std::vector<uint32_t> before = holdings();
+    debug_on();
+    for (const JunkCase &c : cases)
+        for (const uint16_t mtype : c.mtypes)
+            for (const uint32_t count : {1u, 2u, 3u}) {
+                SCOPED_TRACE(name_of_type(mtype) + " x " + std::to_string(count));
+                std::map<uint32_t, Counters> expected;
+                for (uint32_t type = KOV_RDB_GENINFO; type <= KOV_RDB_L2RIB_TOPO_INFO; ++type)
+                    expected[type] = counters(type);
+                expected[c.type].update_hits += c.refreshes * count;
+                expected[c.type].rdb_hits += c.refreshes * count;
+                expected[KOV_RDB_SVIINFO].rdb_hits += c.svi_reads * count;
+                expected[c.type].updating = c.refreshes == 0;
+                clear_traces();
+                expect_accepted(whole(mtype, count));
+                std::vector<std::string> own = {received_type(mtype)};
+                for (uint32_t i = 0; i < (c.refreshes ? count : 1); ++i)
+                    own.insert(own.end(), c.traces.begin(), c.traces.end());
+                own.emplace_back("Not KOV_MTYPE_PROFILE_MGMT message");
+                expect_traces(own);
+                expect_all_counters(expected);
+                EXPECT_EQ(holdings(), before);
+            }
+}
+
+TEST_F(HostileMessage, RecordsOfAnyJunkBringNothingIntoACache)
 {
     const std::vector<uint32_t> before = holdings();
     for (const uint16_t mtype : types_with_records())
-        for (const uint8_t fill : Bytes{0x7F, 0x80, 0xEE, 0xFF})
+        for (const uint8_t fill : Bytes{0x00, 0x7F, 0x80, 0xEE, 0xFF})
             for (const uint32_t count : {1u, 2u, 3u}) {
                 expect_accepted(whole(mtype, count, fill));
                 EXPECT_EQ(holdings(), before) << mtype << " of " << unsigned{fill};

@@ -111,6 +111,20 @@ inline void mark_carried(const Family &family, std::size_t from, std::vector<boo
     }
 }
 
+// The places of the bytes that no stream writes.
+inline std::vector<std::size_t> local_bytes(const Family &family)
+{
+    std::vector<bool> carried(family.record_size);
+    mark_carried(family, 0, carried);
+    if (family.has_tail()) // where the tail is
+        std::fill_n(carried.begin() + 220, 4, true);
+    std::vector<std::size_t> places;
+    for (std::size_t at = 0; at < carried.size(); ++at)
+        if (!carried[at])
+            places.push_back(at);
+    return places;
+}
+
 // One record in a block that ends with it and its tail.
 class Sample
 {
@@ -150,6 +164,36 @@ public:
     uint8_t *data() { return bytes_.data(); }
     const uint8_t *data() const { return bytes_.data(); }
     const fake::Bytes &bytes() const { return bytes_; }
+    void fill(uint8_t value) { std::memset(bytes_.data(), value, bytes_.size()); }
+
+    // The record's stream, in a block that ends with it.
+    fake::Bytes stream() const
+    {
+        fake::Bytes tlv(family_->tlv_sz(data()));
+        EXPECT_GT(tlv.size(), 0u);
+        EXPECT_EQ(family_->to_tlv(data(), tlv.data(), static_cast<uint32_t>(tlv.size()), 0, 0, 0), 0);
+        return tlv;
+    }
+
+    // Puts a record together from a walk over a stream, field by field, beside what decoding made of it.
+    void take_walk(const fake::Bytes &tlv, const Sample &decoded)
+    {
+        fcodec_field_itr walk;
+        ASSERT_EQ(family_->itr_init(&walk, tlv.data(), static_cast<uint32_t>(tlv.size()), 0, 0), 0);
+        for (fcodec_field field; family_->get_next(&walk, &field) == 0;) {
+            uint8_t *const to = data() + field.row->offset;
+            if (const fcodec_table *const nested = nested_in(family_->table, field.id)) {
+                ASSERT_EQ(family_of(*nested).to_struct(field.value, field.len, to, 0), 0);
+            } else if (family_->has_tail() && field.id == 9) {
+                ASSERT_EQ(field.len, tail_);
+                std::memcpy(data() + family_->record_size, field.value, field.len);
+                std::memcpy(to, decoded.data() + field.row->offset, field.row->width); // where it is
+            } else {
+                ASSERT_EQ(field.len, field.row->width);
+                std::memcpy(to, field.value, field.len);
+            }
+        }
+    }
 
     // What a record of the same size that held nothing but `fill` is after it took this one's stream.
     fake::Bytes taken_by(const Sample &other, uint8_t fill) const

@@ -234,6 +234,21 @@ TEST_F(ProfileHosts, OpeningForgetsWhatIsPendingAndClosingSendsIt)
     expect_refused({"ipc send failed for client unit, sap 4107"});
 }
 
+class UnattachedProfileHosts : public Lab
+{
+};
+
+TEST_F(UnattachedProfileHosts, ARequestOfAClientThatIsNotAttachedIsAFailedSendFromTheLibraryItOpened)
+{
+    debug_on();
+    EXPECT_EQ(kov_profile_del_host(1, 0, nullptr), 0u);
+    EXPECT_EQ(kov_api.initialized, 1u);
+    EXPECT_TRUE(traced("ipc send failed for client , sap 0"));
+    EXPECT_EQ(platform.ipc.refused.size(), 1u);
+    EXPECT_EQ(kov_api.profile_msg_len, 0u);
+    EXPECT_EQ(kov_profile_host_api_close(), 1u); // nothing is left behind
+}
+
 class ClosedProfileHosts : public Lab
 {
 protected:

@@ -149,6 +149,21 @@ TEST_F(ProfileSender, AfterAFailedAllocationTheNextMessageIsSentWithTheStaleLarg
     EXPECT_EQ(platform.ipc.sent.at(1).payload, message_of(vlan_key, 6));
 }
 
+TEST_F(ProfileSender, TheCountOfKeysIsAByteThatWrapsAt256WhileTheLengthGrows)
+{
+    platform.calls.fail(Call::alloc, 1, 256);
+    for (int i = 0; i < 256; ++i)
+        EXPECT_EQ(send(vlan_key), 0u);
+    EXPECT_EQ(kov_api.profile_key_count, 0);
+    EXPECT_EQ(kov_api.profile_msg_len, 256u * 204);
+    platform.system.clock = 5;
+    EXPECT_EQ(send(vlan_key), 1u);
+    Bytes longer = message_of(vlan_key, 5); // of one key, whatever the count was
+    longer.resize(std::size_t{257} * 204);
+    EXPECT_EQ(platform.ipc.sent.at(0).payload, longer);
+    expect_idle();
+}
+
 TEST_F(ProfileSender, InitForgetsTheStaleLength)
 {
     platform.calls.fail(Call::alloc);

@@ -27,6 +27,8 @@ protected:
     {
         platform.interfaces.add_vlan(10, "vlan10");
         platform.interfaces.add_vlan(20, "vlan20");
+        platform.interfaces.add_port(port_of_slot_3, 2, 0); // the platform counts slots from 0
+        platform.interfaces.add_channel(port_of_slot_157, 10);
     }
 
     std::string report(bool detail = false)
@@ -85,6 +87,45 @@ protected:
         register_and_acknowledge({4, 5, 6, 7, 8, 9, 10, 11, 13, 14, 15, 16, 17, 18, 19, 20});
     }
 
+    // The server says of every record that there was that it has changed.
+    void tell_of_everything()
+    {
+        dispatch(KOV_MTYPE_FABRIC_ID, kov_word_update{0});
+        dispatch(KOV_MTYPE_SVI_FWD_MODE, kov_word_update{10}, kov_word_update{20}, kov_word_update{30});
+        dispatch(KOV_MTYPE_PORT_TRACKING, kov_word_update{port_of_slot_3});
+        dispatch(KOV_MTYPE_PORT_L2DCI, kov_word_update{port_of_slot_157});
+        dispatch(KOV_MTYPE_AGGR_SUB_PFX, told("blue", 0, v4(0x0A010000, 16)), told("blue", 1, v6(0x20, 8)),
+                 told("red", 1, v6(0xFD, 8)), told("green", 0, v4(0x0A010000, 16)));
+        dispatch(KOV_MTYPE_SUPPRESS_ARP_TOPO, kov_suppress_arp_topo_update{0x01000001, 0, 0, 0, 20, 0},
+                 kov_suppress_arp_topo_update{0x02000002, 0, 0, 0, 0, 0});
+    }
+    // Of each type a record goes or becomes another, and one comes.
+    void change_everything()
+    {
+        publish(general_info(4));
+        withdraw(key_of(2, 10));
+        publish(svi_in_mode(30, 1));
+        publish(3, kov_rdb_port_tracking_t{8, {0x01}});
+        withdraw(slot_key(5, 157));
+        withdraw(prefix_key("blue", 0, v4(0x0A010000, 16)));
+        withdraw(prefix_key("red", 1, v6(0xFD, 8)));
+        publish("green", 0, v4(0x0A010000, 16));
+        withdraw(key_of(6, 0x01000001));
+        kov_rdb_l2rib_topo_info_t topology = {};
+        topology.bd = 0x02000002;
+        publish(topology);
+        tell_of_everything();
+    }
+    static kov_aggr_sub_pfx_update told(const char *vrf, uint32_t family,
+                                        const kov_rdb_aggr_sub_pfx_t &record)
+    {
+        kov_aggr_sub_pfx_update update = {};
+        std::strcpy(update.vrf_name, vrf);
+        std::memcpy(update.prefix, record.prefix, sizeof update.prefix);
+        update.family = family;
+        return update;
+    }
+
     static std::string pointer(const void *at)
     {
         char text[32];
@@ -119,6 +160,7 @@ protected:
         return text;
     }
 
+    static constexpr uint32_t port_of_slot_3 = 1001, port_of_slot_157 = 1002;
     uint32_t result = 0;
 };
 
@@ -442,6 +484,30 @@ TEST_F(Report, WithoutMemoryForTheBitsPrintsTheRestOfTheSlot)
 
 // ------------------------------------------------------------------------------------------ other tasks
 
+TEST_F(Report, ShowsOnItsLaterPagesWhatMessagesChangedMeanwhile)
+{
+    cache_all();
+    platform.cli.on_more = [this](unsigned question) {
+        if (question == 1)
+            change_everything();
+    };
+    const std::string text = detail();
+    platform.cli.on_more = nullptr;
+    const auto has = [&](const std::string &part) { return text.find(part) != text.npos; };
+    EXPECT_TRUE(has(line("Fabric Id", "103"))) << "its page was out";
+    EXPECT_FALSE(has("0x0000000a(1010)")) << "went: as the fabric control segment's copy, and as an entry";
+    EXPECT_TRUE(has(line("If_index", "0x00000014(1020)")));
+    EXPECT_TRUE(has(line("If_index", "0x0000001e(1030)"))) << "came";
+    EXPECT_TRUE(has(line("Slot num", "3") + line("Num bf allocated", "8") + std::string(33, ' ') + "0\n"));
+    EXPECT_FALSE(has("10.1.0.0/16\n" + std::string(30, ' ') + "   10.2.0.0/16"));
+    EXPECT_TRUE(has(line("Vrf name", "green") + line("Refcount", "2")));
+    EXPECT_FALSE(has("fd00::/8"));
+    EXPECT_FALSE(has(line("Slot num", "157")));
+    EXPECT_FALSE(has(line("BD", "16777217")));
+    EXPECT_TRUE(has(line("BD", "33554434")));
+    EXPECT_TRUE(text.ends_with(rule));
+}
+
 // At each question in turn, and at each yield, another task does something; the report comes to its end.
 TEST_F(Report, GoesOnWhateverAnotherTaskDoesWhileItWaits)
 {
@@ -461,6 +527,14 @@ TEST_F(Report, GoesOnWhateverAnotherTaskDoesWhileItWaits)
                  kov_clear_cache_rdb_aggr_subnet_pfx(0, &key);
              };
              remove(0, v4(0x0A010000, 16)), remove(0, v4(0x0A020000, 16)), remove(1, v6(0x20, 8));
+         }},
+        {"hears that everything has changed", [this] { change_everything(); }},
+        {"hears that everything is gone", [this] { platform.db.clear(), tell_of_everything(); }},
+        {"clears every type",
+         [] {
+             kov_clear_cache_rdb_geninfo(1, nullptr), kov_clear_cache_rdb_sviinfo(1, nullptr);
+             kov_clear_cache_rdb_port_tracking(1, nullptr), kov_clear_cache_rdb_aggr_subnet_pfx(1, nullptr);
+             kov_clear_cache_rdb_port_l2dci(1, nullptr), kov_clear_cache_rdb_l2rib_topo_info(1, nullptr);
          }},
         {"prints a report of its own",
          [this] {

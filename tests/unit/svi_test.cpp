@@ -150,6 +150,20 @@ TEST_F(FwdMode, IsStandardWhenTheTypeCannotBeTold)
     expect_all_counters({});
 }
 
+// A VLAN interface, or else a bridge domain's: two questions, and one that fails is no answer to the other.
+TEST_F(FwdMode, AsksForTheTypeOnceForEachOfTheTwo)
+{
+    for (const uint32_t svi : {10u, 20u})
+        publish(svi_in_mode(svi, 2));
+    platform.calls.fail(Call::if_index_get_type, 1, 1);
+    EXPECT_EQ(kov_get_fwd_mode(20), 2u);
+    platform.calls.fail(Call::if_index_get_type, 1, 1);
+    EXPECT_EQ(kov_get_fwd_mode(10), 0u) << "the second question is whether it is a bridge domain's";
+    platform.calls.clear();
+    EXPECT_EQ(kov_get_fwd_mode(20), 2u);
+    EXPECT_EQ(platform.calls.count(Call::if_index_get_type), 2u);
+}
+
 TEST_F(FwdMode, IsInvalidWhileTheProcessWaitsAndWhenTheDatabaseDoesNotOpen)
 {
     kov_api_wait_for_init = 1;

@@ -1,0 +1,37 @@
+// A program on a terminal of its own: what a person would type, and would see.
+#pragma once
+
+#include <map>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace integration
+{
+
+class Terminal
+{
+public:
+    // `rows` lines of 100 characters. The environment is added to the test's own.
+    Terminal(const std::vector<std::string> &argv, const std::map<std::string, std::string> &environment,
+             unsigned short rows = 40);
+    ~Terminal();
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    void type(const std::string &text) const;
+    // Reads until the text is there, or to the end for an empty one; what was read, the text included. What
+    // came before is not looked at again. Ends without the text when the program ends, or hangs.
+    std::string read_to(const std::string &text);
+    // Waits for the end; the exit code, -1 for another end.
+    int status();
+
+private:
+    bool read_some();
+
+    int fd_ = -1;
+    pid_t pid_ = -1;
+    std::string unread_;
+};
+
+} // namespace integration
