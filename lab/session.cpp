@@ -17,6 +17,9 @@ namespace
 
 volatile std::sig_atomic_t interrupted = 0;
 
+// How long to wait in one go, in ms: a signal that comes just before a wait is seen after it.
+constexpr int glance_ms = 200;
+
 void on_signal(int) { interrupted = 1; }
 
 } // namespace
@@ -125,7 +128,7 @@ std::optional<int> run_line(kov_host_session *session, const std::string &line, 
     if (kov_host_session_command(session, line.c_str()) != 0)
         return std::nullopt;
     for (;;) {
-        const int came = kov_host_session_next(session, -1, &event);
+        const int came = kov_host_session_next(session, glance_ms, &event);
         if (came < 0 || stopped())
             return std::nullopt;
         if (came == 0)
@@ -225,8 +228,7 @@ int follow_traces(const Peer &peer, unsigned count, bool json)
     unsigned shown = 0;
     kov_host_cli_event event;
     while (!stopped() && (count == 0 || shown < count)) {
-        // The timeout covers a signal that comes just before the wait.
-        const int came = kov_host_session_next(session.get(), 200, &event);
+        const int came = kov_host_session_next(session.get(), glance_ms, &event);
         if (came < 0)
             return gone(peer.name);
         if (came == 0 || event.kind != KOV_HOST_CLI_TRACE)

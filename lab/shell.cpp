@@ -8,11 +8,14 @@
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cwchar>
 #include <histedit.h>
 #include <iostream>
+#include <optional>
 #include <poll.h>
+#include <span>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -61,6 +64,32 @@ private:
     Session session_;
 };
 
+// While it stands an interrupt comes only where it is waited for. At any other point it would be noted with
+// nobody to look, until the next key.
+class InterruptsHeld
+{
+public:
+    InterruptsHeld()
+    {
+        sigset_t interrupts;
+        sigemptyset(&interrupts);
+        sigaddset(&interrupts, SIGINT);
+        sigprocmask(SIG_BLOCK, &interrupts, &before_);
+    }
+    ~InterruptsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    InterruptsHeld(const InterruptsHeld &) = delete;
+    InterruptsHeld &operator=(const InterruptsHeld &) = delete;
+
+    // The number of ready ones, or -1 for a signal.
+    int wait(std::span<pollfd> asked) const
+    {
+        return ppoll(asked.data(), asked.size(), nullptr, &before_);
+    }
+
+private:
+    sigset_t before_{};
+};
+
 bool is_farewell(const std::string &line) { return line == "exit" || line == "quit"; }
 
 std::string without_blanks(std::string line)
@@ -98,6 +127,7 @@ private:
     EditLine *line_ = nullptr;
     History *history_ = nullptr;
     std::string prompt_;
+    std::optional<InterruptsHeld> held_; // while a line is being typed
 };
 
 constexpr wchar_t abandon_key = 3;
@@ -170,7 +200,7 @@ bool Shell::wait_for_key()
     for (;;) {
         const int session = other_.get() == nullptr ? -1 : kov_host_session_fd(other_.get());
         std::array<pollfd, 2> asked{{{STDIN_FILENO, POLLIN, 0}, {session, POLLIN, 0}}};
-        const int ready = poll(asked.data(), asked.size(), -1);
+        const int ready = held_->wait(asked);
         if (take_interrupt())
             return false;
         if (ready > 0 && asked[1].revents != 0)
@@ -270,9 +300,11 @@ unsigned char Shell::complete(EditLine *line, wint_t /*key*/)
 bool Shell::next_line(std::string &out)
 {
     note_interrupts();
+    held_.emplace();
     el_resize(line_);
     int size = 0;
     const char *text = el_gets(line_, &size);
+    held_.reset();
     if (text == nullptr || size <= 0)
         return false;
     out = without_blanks({text, static_cast<std::size_t>(size)});

@@ -168,6 +168,22 @@ TEST_F(Shell, AnInterruptBeginsANewLine)
     EXPECT_EQ(status("svis"), "40");
 }
 
+// A signal comes when it likes: while a key is waited for, and while the last one is still being shown.
+TEST_F(Shell, NoInterruptIsMissed)
+{
+    serve();
+    const auto terminal = shell();
+    shows(*terminal, "kovd> ");
+    for (int i = 0; i < 500; ++i) {
+        SCOPED_TRACE(i);
+        terminal->type("x");
+        ASSERT_TRUE(shows(*terminal, "x"));
+        terminal->type("\003");
+        ASSERT_TRUE(shows(*terminal, "^C\r\n"));
+        ASSERT_TRUE(shows(*terminal, "kovd> "));
+    }
+}
+
 TEST_F(Shell, LooksForAProcessAgainThatHasGone)
 {
     Process &first = serve();
