@@ -117,7 +117,7 @@ int32_t kov_host_message_handle(const ipc_message *msg);
  * again; a null `cb` means nobody. `present` is 0 and 1 in turn. It begins with what is found now: where
  * nobody serves, the first call is a 1, else a 0. A process that dies and is replaced at once is a 0 and then
  * a 1 all the same. What the dead process had sent is still delivered. A return is noticed within a few
- * hundredths of a second. Inside the callback a client registers again:
+ * hundredths of a second after the process's loop runs. Inside the callback a client registers again:
  *
  *     static void on_server(uint32_t sap, int present, void *arg)
  *     {

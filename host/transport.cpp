@@ -16,6 +16,7 @@ namespace
 {
 
 constexpr int frames_per_turn = 16;
+constexpr std::uint32_t greeting_opcode = 0;
 constexpr std::uint64_t peer_retry_ns = 20'000'000;
 
 // Why nobody serves a SAP, in the terms of connect(2).
@@ -146,6 +147,7 @@ bool Endpoint::accept_one()
     if (peer->watch == 0)
         return false;
     loop_.set_enabled(peer->watch, static_cast<bool>(receiving_.fn));
+    send_frame(peer->fd.get(), {greeting_opcode, sap_, 0}, {}); // who is gone again needs none
     inbound_.emplace(peer.get(), peer);
     return true;
 }
@@ -179,7 +181,8 @@ bool Endpoint::read_frame(const std::shared_ptr<Inbound> &peer)
         return false;
     std::vector<std::uint8_t> &buffer = receiving_.buffer;
     const ssize_t size = ::recv(peer->fd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT | MSG_TRUNC);
-    if (size < 0 && (errno == EAGAIN || errno == EINTR))
+    // a reset is no end: the peer went away without reading its greeting, and what it sent is still there
+    if (size < 0 && (errno == EAGAIN || errno == EINTR || errno == ECONNRESET))
         return false;
     if (size < 0 || (size == 0 && hung_up(peer->fd.get()))) {
         drop_inbound(peer);
@@ -221,11 +224,29 @@ Endpoint::Outbound *Endpoint::outbound_to(std::uint32_t sap, int &code)
         code = absent(errno) ? ECONNREFUSED : errno;
         return nullptr;
     }
-    // nothing is ever read here; the watch is for the hang-up of a peer that went away
-    const int fd = fresh.fd.get();
-    fresh.watch =
-        loop_.watch(fd, 0, nullptr, [this, sap, fd](std::uint32_t) { drop_outbound(sap, error_of(fd)); });
+    fresh.watch = loop_.watch(fresh.fd.get(), EPOLLIN, nullptr,
+                              [this, sap](std::uint32_t events) { take_greeting(sap, events); });
     return &outbound_.emplace(sap, std::move(fresh)).first->second;
+}
+
+// What comes back on a connection that was made: the greeting, and the hang-up of a peer that went away.
+void Endpoint::take_greeting(std::uint32_t sap, std::uint32_t events)
+{
+    Outbound &peer = outbound_.at(sap);
+    FrameHeader greeting{};
+    if ((events & (EPOLLHUP | EPOLLERR)) != 0)
+        return drop_outbound(sap, error_of(peer.fd.get()));
+    const ssize_t size = ::recv(peer.fd.get(), &greeting, sizeof greeting, MSG_DONTWAIT);
+    if (size < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    if (size <= 0)
+        return drop_outbound(sap, size < 0 ? errno : 0);
+    peer.greeted = true;
+    const auto watched = watched_.find(sap);
+    if (watched == watched_.end() || watched->second.timer == 0)
+        return;
+    loop_.timer_stop(std::exchange(watched->second.timer, 0));
+    look_after(sap, watched->second);
 }
 
 // `code` is what the broken connection said: a reset is the kernel's word for a peer that went away with
@@ -276,8 +297,9 @@ void Endpoint::look_after(std::uint32_t sap, WatchedPeer &peer)
         peer.timer = loop_.timer_start(0, peer_retry_ns, [this, sap](int) { look_at_peer(sap); });
 }
 
-// One step: a peer that went away is told of, and one that was away is looked for. Who is called may send,
-// watch anew or close this endpoint, so nothing is touched after the call.
+// One step: a peer that went away is told of, and one that was away is looked for. It is there when it
+// greets: the socket of a process that is dying takes connections for a while. Who is called may send, watch
+// anew or close this endpoint, so nothing is touched after the call.
 void Endpoint::look_at_peer(std::uint32_t sap)
 {
     WatchedPeer &peer = watched_.at(sap);
@@ -290,7 +312,8 @@ void Endpoint::look_at_peer(std::uint32_t sap)
         return;
     }
     peer.lost = false;
-    if (outbound_to(sap, code) == nullptr)
+    const Outbound *connection = outbound_to(sap, code);
+    if (connection == nullptr || !connection->greeted)
         return;
     loop_.timer_stop(std::exchange(peer.timer, 0));
     peer.present = true;

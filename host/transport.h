@@ -2,8 +2,9 @@
 //
 // A handle is an endpoint: a listening SOCK_SEQPACKET socket at ipc/sap-<n>, claimed by a lock file. To send,
 // an endpoint connects to the peer's socket, once, and keeps the connection; connections carry frames one
-// way, so an endpoint reads from those it accepted and writes to those it made. One frame is one packet: the
-// kernel keeps its boundaries and their order, and refuses a packet when the queue is full.
+// way, so an endpoint reads from those it accepted and writes to those it made. Only a greeting goes the
+// other way: with it an endpoint says that it has accepted. One frame is one packet: the kernel keeps its
+// boundaries and their order, and refuses a packet when the queue is full.
 //
 // Nothing here waits. The transport owns its endpoints, an endpoint its sockets and watches.
 #pragma once
@@ -89,6 +90,7 @@ private:
     struct Outbound {
         Fd fd;
         WatchId watch = 0;
+        bool greeted = false;     // the peer has accepted
         std::uint32_t unread = 0; // messages that the peer may not have read yet: no more than these
     };
     // A peer whose coming and going somebody hears. Its connection is the one that messages take.
@@ -113,6 +115,7 @@ private:
     void drop_inbound(const std::shared_ptr<Inbound> &peer);
     // Null, with an errno in `code`, when nobody can be reached.
     Outbound *outbound_to(std::uint32_t sap, int &code);
+    void take_greeting(std::uint32_t sap, std::uint32_t events);
     void drop_outbound(std::uint32_t sap, int code);
     void look_after(std::uint32_t sap, WatchedPeer &peer);
     void look_at_peer(std::uint32_t sap);

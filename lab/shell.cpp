@@ -81,10 +81,7 @@ public:
     InterruptsHeld &operator=(const InterruptsHeld &) = delete;
 
     // The number of ready ones, or -1 for a signal.
-    int wait(std::span<pollfd> asked) const
-    {
-        return ppoll(asked.data(), asked.size(), nullptr, &before_);
-    }
+    int wait(std::span<pollfd> asked) const { return ppoll(asked.data(), asked.size(), nullptr, &before_); }
 
 private:
     sigset_t before_{};

@@ -1,5 +1,6 @@
 // The command line on a socket: sessions, commands, the pager.
 #include "host/host_test.h"
+#include "host/raw_socket.h"
 
 #include <kov/platform/cli.h>
 #include <kov/platform/coop_sched.h>
@@ -8,7 +9,6 @@
 #include <algorithm>
 #include <cstring>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <vector>
 
 namespace
@@ -418,19 +418,13 @@ TEST_F(Cli, WhoDoesNotKeepToTheFramesIsCutOff)
         std::string(40000, 'h'),     // longer than a frame
     };
     for (const std::string &frame : frames) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        const std::string path = directory / "cli/arp.sock";
-        std::copy(path.begin(), path.end(), address.sun_path);
-        const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
-        ASSERT_EQ(::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-        ASSERT_EQ(::send(fd, frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()));
+        const auto peer = host_test::RawSocket::connected_to(directory / "cli/arp.sock");
+        peer.send(frame);
         run_ready();
         char byte = 0;
         errno = 0;
-        EXPECT_LE(::recv(fd, &byte, 1, MSG_DONTWAIT), 0);
+        EXPECT_LE(::recv(peer.fd(), &byte, 1, MSG_DONTWAIT), 0);
         EXPECT_NE(errno, EAGAIN) << "still open after " << frame.substr(0, 10);
-        ::close(fd);
     }
 }
 

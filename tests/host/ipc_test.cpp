@@ -1,5 +1,6 @@
 // Messages between access points, in one process and in several.
 #include "host/host_test.h"
+#include "host/raw_socket.h"
 
 #include <kov/platform/coop_sched.h>
 #include <kov/platform/ipc.h>
@@ -10,7 +11,6 @@
 #include <memory>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <vector>
 
 namespace
@@ -100,15 +100,9 @@ protected:
     }
 
     // A connection of a peer that makes its own frames.
-    int raw_connection(std::uint32_t sap) const
+    host_test::RawSocket raw_connection(std::uint32_t sap) const
     {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        const std::string path = directory / ("ipc/sap-" + std::to_string(sap));
-        std::copy(path.begin(), path.end(), address.sun_path);
-        const int fd = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
-        EXPECT_EQ(::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-        return fd;
+        return host_test::RawSocket::connected_to(directory / ("ipc/sap-" + std::to_string(sap)));
     }
 
     static std::vector<std::uint8_t> frame(std::uint32_t length, std::size_t payload)
@@ -243,7 +237,7 @@ TEST_F(Ipc, AFullQueueOfOnePeerLeavesTheOthersOpen)
 
 TEST_F(Ipc, FramesThatLieAboutTheirLengthAreThrownAwayAndCounted)
 {
-    const int fd = raw_connection(other_sap());
+    const auto peer = raw_connection(other_sap());
     const std::vector<std::uint8_t> frames[] = {
         {1, 2, 3},                                                 // shorter than a header
         frame(8, 4),                                               // less than it says
@@ -254,27 +248,51 @@ TEST_F(Ipc, FramesThatLieAboutTheirLengthAreThrownAwayAndCounted)
     };
     const kov_host_counters before = counters();
     for (const auto &bytes : frames)
-        ASSERT_EQ(::send(fd, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+        peer.send(bytes);
     const std::vector<std::uint8_t> good = frame(4, 4);
-    ASSERT_EQ(::send(fd, good.data(), good.size(), 0), static_cast<ssize_t>(good.size()));
+    peer.send(good);
     receive_all(1);
     EXPECT_EQ(received[0].bytes, std::vector<std::uint8_t>(4, 0xab));
     EXPECT_EQ(received[0].sap, 77u);
     EXPECT_EQ(received[0].pid, ::getpid());
     EXPECT_EQ(counters().ipc_frames_refused, before.ipc_frames_refused + std::size(frames));
-    ::close(fd);
 }
 
 TEST_F(Ipc, WhatAPeerSentBeforeItLeftStillArrives)
 {
-    const int fd = raw_connection(other_sap());
+    auto peer = raw_connection(other_sap());
     const std::vector<std::uint8_t> good = frame(4, 4);
     for (int i = 0; i < 40; ++i)
-        ASSERT_EQ(::send(fd, good.data(), good.size(), 0), static_cast<ssize_t>(good.size()));
-    ::close(fd);
+        peer.send(good);
+    peer.close();
     const kov_host_counters before = counters();
     receive_all(40);
     EXPECT_EQ(counters().ipc_frames_refused, before.ipc_frames_refused);
+}
+
+// The kernel calls such an end a reset. It is an error of the connection, and no reason to leave what waits.
+TEST_F(Ipc, WhatAPeerSentThatNeverReadItsGreetingStillArrives)
+{
+    kov_host_on_message(nullptr, nullptr);
+    auto peer = raw_connection(other_sap());
+    for (int i = 0; i < 40; ++i)
+        peer.send(frame(4, 4));
+    run_ready();
+    EXPECT_TRUE(peer.is_ready()) << "accepted and greeted";
+    peer.close();
+    receive();
+    receive_all(40);
+}
+
+TEST_F(Ipc, WhoIsAcceptedIsGreeted)
+{
+    const auto peer = raw_connection(other_sap());
+    EXPECT_FALSE(peer.is_ready());
+    run_ready();
+    std::uint8_t bytes[20];
+    ASSERT_EQ(::recv(peer.fd(), bytes, sizeof bytes, MSG_DONTWAIT), 12);
+    const std::uint32_t greeting[] = {0, other_sap(), 0};
+    EXPECT_EQ(std::memcmp(bytes, greeting, sizeof greeting), 0);
 }
 
 TEST_F(Ipc, MorePeersThanAreServedWaitAndLoseNothing)
@@ -285,19 +303,18 @@ TEST_F(Ipc, MorePeersThanAreServedWaitAndLoseNothing)
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
     if (limit.rlim_cur < 2048 || ::setrlimit(RLIMIT_NOFILE, &limit) != 0)
         GTEST_SKIP() << "needs 2048 descriptors";
-    std::vector<int> peers;
+    std::vector<host_test::RawSocket> peers;
     const std::vector<std::uint8_t> good = frame(4, 4);
     for (int i = 0; i < 600; ++i) {
         peers.push_back(raw_connection(other_sap()));
-        ASSERT_EQ(::send(peers.back(), good.data(), good.size(), 0), static_cast<ssize_t>(good.size()));
+        peers.back().send(good);
     }
     run_ready();
     EXPECT_EQ(received.size(), 512u);
     for (int i = 0; i < 100; ++i)
-        ::close(peers[static_cast<std::size_t>(i)]);
+        peers[static_cast<std::size_t>(i)].close();
     receive_all(600);
-    for (std::size_t i = 100; i < peers.size(); ++i)
-        ::close(peers[i]);
+    peers.clear();
     run_ready();
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &former), 0);
 }

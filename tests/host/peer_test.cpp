@@ -1,5 +1,6 @@
 // A process hears that the one it depends on went away, and that there is a successor.
 #include "host/host_test.h"
+#include "host/raw_socket.h"
 
 #include <kov/platform/ipc.h>
 
@@ -140,6 +141,32 @@ TEST_F(Peer, ReplacedAtOnceIsHeardGoingAndComingBack)
     serve(*second);
     hear(2);
     EXPECT_EQ(heard, (std::vector<int>{0, 1}));
+}
+
+// A process that is dying closes its descriptors in any order, and not all at once.
+TEST_F(Peer, WhoseSocketTakesConnectionsIsNotBackUntilItAccepts)
+{
+    const auto first = server(), second = server();
+    watch_and_kill(*first);
+    hear(1);
+    const kov_host_counters before = counters();
+    {
+        const auto dying = host_test::RawSocket::listening_at(directory / "ipc/sap-1248");
+        while (!dying.is_ready())
+            ASSERT_GE(kov_host_run_once(10), 0);
+        EXPECT_EQ(send(), 0) << "into its queue";
+        for (int i = 0; i < 5; ++i)
+            kov_host_run_once(10);
+        EXPECT_EQ(heard, (std::vector<int>{0}));
+    }
+    while (counters().ipc_peer_unread == before.ipc_peer_unread)
+        ASSERT_GE(kov_host_run_once(10), 0);
+    EXPECT_EQ(counters().ipc_peer_unread - before.ipc_peer_unread, 1u);
+    serve(*second);
+    hear(2);
+    EXPECT_EQ(heard, (std::vector<int>{0, 1}));
+    EXPECT_EQ(counters().ipc_peer_losses, before.ipc_peer_losses);
+    EXPECT_EQ(counters().ipc_peer_returns - before.ipc_peer_returns, 1u);
 }
 
 TEST_F(Peer, WhoseDeathASendFindsFirstIsHeardAfterTheSend)
