@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <sstream>
 
 namespace kov_host
 {
@@ -97,11 +98,9 @@ int show_host(void *cli, int /*argc*/, const char *const * /*argv*/, void * /*ar
 Words lines_of(const std::string &text)
 {
     Words lines;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        lines.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
     return lines;
 }
 

@@ -53,10 +53,7 @@ bool parse_option(std::string_view word, Glean &out, std::string &why)
         why = '"' + std::string(word) + "\" is none of iif= and value=";
         return false;
     }
-    const std::string name{word.substr(4)};
-    out.iif = kov_host_ifindex_parse(name.c_str());
-    if (out.iif == 0)
-        why = '"' + name + "\" is no interface, like vlan10, eth1/5 or po10";
+    out.iif = interface_of_name(word.substr(4), why);
     return out.iif != 0;
 }
 

@@ -69,11 +69,9 @@ bool parse_sighting(Words words, Sighting &out, std::string &why)
         out.found.addr[0] = v4_address(out.host);
     else
         std::memcpy(out.found.addr, out.host.address.data(), sizeof out.found.addr);
-    out.found.ifindex = kov_host_ifindex_parse(words[1]);
-    if (out.found.ifindex == 0) {
-        why = '"' + std::string(words[1]) + "\" is no interface, like vlan10, eth1/5 or po10";
+    out.found.ifindex = interface_of_name(words[1], why);
+    if (out.found.ifindex == 0)
         return false;
-    }
     for (const char *word : words.subspan(2))
         if (!set_detail(word, out.found, why))
             return false;

@@ -24,6 +24,8 @@ std::uint32_t type_of(std::uint32_t ifindex)
 
 bool is_svi(std::uint32_t type) { return type == type_vlan || type == type_bdi; }
 
+bool is_known(std::uint32_t type) { return type != 0; }
+
 bool is_port(std::uint32_t type)
 {
     return type == type_ethernet || type == type_satellite || type == type_channel;
@@ -50,6 +52,11 @@ std::uint32_t svi_of_name(std::string_view name, std::string &why)
 std::uint32_t port_of_name(std::string_view name, std::string &why)
 {
     return of_name(name, is_port, "a port, like eth1/5 or po10", why);
+}
+
+std::uint32_t interface_of_name(std::string_view name, std::string &why)
+{
+    return of_name(name, is_known, "an interface, like vlan10, eth1/5 or po10", why);
 }
 
 std::string name_of_interface(std::uint32_t ifindex)

@@ -14,8 +14,9 @@ namespace kov_lab
 {
 
 // The interface index of a name; 0 with `why` for everything else, other kinds of interface included.
-std::uint32_t svi_of_name(std::string_view name, std::string &why);  // vlan10, bdi100
-std::uint32_t port_of_name(std::string_view name, std::string &why); // eth1/5, sat101/1, po10
+std::uint32_t svi_of_name(std::string_view name, std::string &why);       // vlan10, bdi100
+std::uint32_t port_of_name(std::string_view name, std::string &why);      // eth1/5, sat101/1, po10
+std::uint32_t interface_of_name(std::string_view name, std::string &why); // of whatever kind
 
 // The text that is parsed back; "none" for 0.
 std::string name_of_interface(std::uint32_t ifindex);

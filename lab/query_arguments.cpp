@@ -39,14 +39,6 @@ const char *argument_text(Argument argument)
     return "";
 }
 
-std::uint32_t interface_of_name(std::string_view name, std::string &why)
-{
-    const std::uint32_t ifindex = kov_host_ifindex_parse(std::string(name).c_str());
-    if (ifindex == 0)
-        why = '"' + std::string(name) + "\" is no interface, like vlan10, eth1/5 or po10";
-    return ifindex;
-}
-
 bool take(const std::optional<Network> &parsed, Network &out)
 {
     out = parsed.value_or(Network{});

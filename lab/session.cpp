@@ -77,16 +77,6 @@ bool take_interrupt()
 namespace
 {
 
-std::string line_of(std::span<const std::string> words)
-{
-    std::string line;
-    for (const std::string &word : words) {
-        const bool plain = !word.empty() && word.find_first_of(" \t\n") == std::string::npos;
-        line += (line.empty() ? "" : " ") + (plain ? word : '"' + word + '"');
-    }
-    return line;
-}
-
 constexpr char interrupt_key = 3;
 
 // One key, without Enter after it; that of an interrupt when there will be none.
@@ -120,6 +110,16 @@ bool go_on(bool &all)
 }
 
 } // namespace
+
+std::string line_of(std::span<const std::string> words)
+{
+    std::string line;
+    for (const std::string &word : words) {
+        const bool plain = !word.empty() && word.find_first_of(" \t\n") == std::string::npos;
+        line += (line.empty() ? "" : " ") + (plain ? word : '"' + word + '"');
+    }
+    return line;
+}
 
 std::optional<int> run_line(kov_host_session *session, const std::string &line, std::string &output)
 {
@@ -182,20 +182,17 @@ std::string unreachable(const Peer &peer)
     return "no client " + peer.name + ": kovctl list clients shows who is registered (" + cause + ")";
 }
 
-int run_remote(const Peer &peer, std::span<const std::string> words, bool json)
+int run_remote(const Peer &peer, std::span<const std::string> words, bool json, int good)
 {
     const Session session = open_session(peer, terminal_rows());
     if (session == nullptr)
         return nobody(peer);
-    return run_and_show(session.get(), line_of(words) + (json ? " --json" : ""), json ? any_status : 0);
+    return run_and_show(session.get(), line_of(words) + (json ? " --json" : ""), json ? any_status : good);
 }
 
 int run_report(const Peer &peer, std::span<const std::string> words, bool json)
 {
-    const Session session = open_session(peer, terminal_rows());
-    if (session == nullptr)
-        return nobody(peer);
-    return run_and_show(session.get(), line_of(words) + (json ? " --json" : ""), json ? any_status : 1);
+    return run_remote(peer, words, json, 1);
 }
 
 namespace

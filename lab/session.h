@@ -1,4 +1,4 @@
-// kovctl's side of a process's command line: run a line there, wait for a state, talk interactively.
+// kovctl's side of a process's command line: a line that is run there, traces that are followed.
 //
 // The results are exit codes of kovctl. Output of a command that succeeds goes to the standard output, that
 // of one that fails to the error output.
@@ -31,8 +31,9 @@ struct Peer {
 // The name under which the server attaches.
 constexpr const char *server_name = "kovd";
 
-// Runs one command there. A word may hold blanks. JSON goes to the standard output, an error too.
-int run_remote(const Peer &peer, std::span<const std::string> words, bool json = false);
+// Runs one command there. A word may hold blanks. The output goes to the standard output when the status is
+// not above `good`; JSON always.
+int run_remote(const Peer &peer, std::span<const std::string> words, bool json = false, int good = 0);
 
 // The same for a command whose output is a report: it goes to the standard output for exit code 1 as well.
 int run_report(const Peer &peer, std::span<const std::string> words, bool json = false);
@@ -40,8 +41,7 @@ int run_report(const Peer &peer, std::span<const std::string> words, bool json =
 // Shows the traces of a client until a signal, or until `count` of them came (0: no limit).
 int follow_traces(const Peer &peer, unsigned count, bool json = false);
 
-// ---- For commands that make something of an answer
-// ---------------------------------------------------------
+// ---- For commands that make something of an answer ------------------------------------------------------
 
 struct CloseSession {
     void operator()(kov_host_session *session) const;
@@ -53,6 +53,9 @@ Session open_session(const Peer &peer, std::uint32_t rows);
 
 // The height to page by, 0 when no person reads.
 std::uint32_t terminal_rows();
+
+// The words as a line that is split into them again.
+std::string line_of(std::span<const std::string> words);
 
 // Runs a line and shows what it says, on the error output when the status is above `good`. The exit code.
 constexpr int any_status = std::numeric_limits<int>::max();

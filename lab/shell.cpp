@@ -299,6 +299,8 @@ bool Shell::next_line(std::string &out)
     note_interrupts();
     held_.emplace();
     el_resize(line_);
+    el_set(line_, EL_PREP_TERM,
+           1); // before the prompt: who answers it at once with Ctrl-D would else be ignored
     int size = 0;
     const char *text = el_gets(line_, &size);
     held_.reset();

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <set>
+#include <sstream>
 #include <unistd.h>
 
 namespace kov_lab
@@ -76,15 +77,6 @@ void take_value(Typed &typed, const std::string &option, const std::string &valu
     typed.of_client = true;
 }
 
-std::string quoted_line(const std::vector<std::string> &words)
-{
-    std::string line;
-    for (const std::string &word : words)
-        line += (line.empty() ? "" : " ") +
-                (word.empty() || word.find_first_of(" \t") != word.npos ? '"' + word + '"' : word);
-    return line;
-}
-
 // The output of a command, or nothing when it does not come in time.
 std::string ask_quickly(const Peer &peer, const std::string &line)
 {
@@ -111,13 +103,10 @@ Candidates ask_candidates(const Peer &peer, std::vector<std::string> words, cons
 {
     words.insert(words.begin(), "complete");
     words.push_back(partial);
-    const std::string output = ask_quickly(peer, quoted_line(words));
+    std::istringstream output(ask_quickly(peer, line_of(words)));
     Candidates candidates;
-    for (std::size_t at = 0; at < output.size();) {
-        const std::size_t end = std::min(output.find('\n', at), output.size());
-        candidates.push_back(output.substr(at, end - at));
-        at = end + 1;
-    }
+    for (std::string candidate; std::getline(output, candidate);)
+        candidates.push_back(candidate);
     return candidates;
 }
 

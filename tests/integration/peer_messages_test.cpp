@@ -8,14 +8,6 @@ using namespace integration;
 
 class PeerMessages : public RealLab
 {
-protected:
-    // The server's frames at a terminal, from here on.
-    std::unique_ptr<Process> frames() const
-    {
-        auto terminal = start("kovctl", {"debug", "on"});
-        EXPECT_TRUE(terminal->says("traces of kovd; Ctrl-C ends"));
-        return terminal;
-    }
 };
 
 struct Told {

@@ -1,7 +1,6 @@
 #include "process.h"
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -13,13 +12,6 @@
 
 namespace integration
 {
-namespace
-{
-
-// Longer than anything takes that does not hang, on a loaded machine and under sanitizers.
-constexpr std::chrono::seconds patience{60};
-
-} // namespace
 
 void become(const std::vector<std::string> &argv, const Process::Environment &environment)
 {

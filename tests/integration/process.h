@@ -4,6 +4,7 @@
 // and fails after a time that only a hang reaches. The destructor kills what still runs.
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <sys/types.h>
@@ -11,6 +12,9 @@
 
 namespace integration
 {
+
+// Longer than anything takes that does not hang, on a loaded machine and under sanitizers.
+constexpr std::chrono::seconds patience{40};
 
 struct Result {
     int status = -1; // the exit code, or 128 + the signal

@@ -11,12 +11,6 @@ namespace integration
 class HostProfileOf : public RealLab
 {
 protected:
-    std::unique_ptr<Process> frames() const
-    {
-        auto terminal = start("kovctl", {"debug", "on"});
-        EXPECT_TRUE(terminal->says("traces of kovd; Ctrl-C ends"));
-        return terminal;
-    }
     std::string scenario_with_reply(const std::string &reply) const
     {
         return write("reply.json", "{\"profiles\": {\"reply\": " + reply + "}}");

@@ -70,6 +70,13 @@ Process &RealLab::client(const std::string &name, const std::string &types)
     return agent;
 }
 
+std::unique_ptr<Process> RealLab::frames() const
+{
+    auto terminal = start("kovctl", {"debug", "on"});
+    EXPECT_TRUE(terminal->says("traces of kovd; Ctrl-C ends"));
+    return terminal;
+}
+
 std::unique_ptr<Process> RealLab::start(const std::string &program,
                                         const std::vector<std::string> &words) const
 {

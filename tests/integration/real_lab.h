@@ -38,6 +38,8 @@ protected:
     Process &serve(const std::string &scenario = leaf(), const std::vector<std::string> &more = {});
     // kov-agent, registered.
     Process &client(const std::string &name, const std::string &types = "4-20");
+    // The server's frames at a terminal, from here on.
+    std::unique_ptr<Process> frames() const;
     // A program of the lab with these words, started or run to its end.
     std::unique_ptr<Process> start(const std::string &program, const std::vector<std::string> &words) const;
     Result run_lab(const std::string &program, const std::vector<std::string> &words) const;

@@ -12,13 +12,6 @@
 
 namespace integration
 {
-namespace
-{
-
-// Longer than anything takes that does not hang.
-constexpr int patience_ms = 60000;
-
-} // namespace
 
 Terminal::Terminal(const std::vector<std::string> &argv,
                    const std::map<std::string, std::string> &environment, unsigned short rows)
@@ -53,11 +46,12 @@ bool Terminal::read_some()
 {
     pollfd asked{fd_, POLLIN, 0};
     char buffer[512];
-    if (poll(&asked, 1, patience_ms) <= 0)
+    if (poll(&asked, 1, static_cast<int>(std::chrono::milliseconds(patience).count())) <= 0)
         return false;
     const ssize_t size = read(fd_, buffer, sizeof buffer);
     if (size > 0)
         unread_.append(buffer, static_cast<std::size_t>(size));
+    ended_ = size <= 0;
     return size > 0;
 }
 
@@ -74,6 +68,10 @@ std::string Terminal::read_to(const std::string &text)
 
 int Terminal::status()
 {
+    while (!ended_ && read_some()) {
+    }
+    if (!ended_)
+        kill(pid_, SIGKILL);
     int status = 0;
     waitpid(pid_, &status, 0);
     pid_ = -1;

@@ -23,7 +23,7 @@ public:
     // Reads until the text is there, or to the end for an empty one; what was read, the text included. What
     // came before is not looked at again. Ends without the text when the program ends, or hangs.
     std::string read_to(const std::string &text);
-    // Waits for the end; the exit code, -1 for another end.
+    // Waits for the end; the exit code, -1 for another end, or for none: then it is killed.
     int status();
 
 private:
@@ -31,6 +31,7 @@ private:
 
     int fd_ = -1;
     pid_t pid_ = -1;
+    bool ended_ = false;
     std::string unread_;
 };
 

@@ -11,12 +11,6 @@ using namespace integration;
 class Verification : public RealLab
 {
 protected:
-    std::unique_ptr<Process> frames() const
-    {
-        auto terminal = start("kovctl", {"debug", "on"});
-        EXPECT_TRUE(terminal->says("traces of kovd; Ctrl-C ends"));
-        return terminal;
-    }
     // Until the server has so many results, the last of which comes behind whatever the client has told.
     void all_found(int results) const
     {
