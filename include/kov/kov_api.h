@@ -96,8 +96,9 @@ KOV_EXPORT uint32_t kov_deregister_client(void);
 KOV_EXPORT uint32_t kov_is_client_registration_done(void);
 
 /* Takes one message that the process received. 1 when it was a valid KOV client message of a type that the
- * client registered for, and has been handled; 0 otherwise, also for the acknowledgement when the client did
- * not register for type 2. The message stays the caller's. */
+ * client registered for, and has been handled; 0 otherwise. 0 does not say that nothing happened: a valid
+ * message of another type has refreshed the cache, the acknowledgement has completed the registration, and
+ * the call may have initialised the library. The message stays the caller's. */
 KOV_EXPORT uint32_t kov_dispatch(const ipc_message *msg);
 
 KOV_END_DECLS

@@ -112,8 +112,8 @@ void complete_registration()
     kov_api_enable_cache();
 }
 
-// Hands the message to whoever it is for. The handler may do anything to the library: nothing is read after
-// it.
+// Hands the message to whoever it is for. The handler may do anything to the library: afterwards nothing is
+// read but whether to trace.
 void deliver(const message_copy &msg)
 {
     if (kov::profile_dispatch(msg.get(), msg.size()))

@@ -116,8 +116,9 @@ bool is_unconverted(const glean &seen)
 bool would_be_conditional(const glean &seen)
 {
     const char *lent = vrfmgr_get_context_name(seen.vrf_id, 0);
-    char vrf_name[longest_name + 2]; // one character more than is allowed, so that it is still too long
-    osal_strcpy(vrf_name, lent, sizeof vrf_name);
+    char vrf_name[longest_name + 2] = {}; // one character more than is allowed, so that it is still too long
+    if (lent)
+        osal_strcpy(vrf_name, lent, sizeof vrf_name);
 
     const u32 family = seen.is_v4() ? kov::family_v4 : kov::family_v6;
     const u32 size = kov::address_size(family);

@@ -165,8 +165,7 @@ TEST_F(BadStart, ADamagedDatabaseIsNamedAndReplacedOnlyWhenAsked)
     EXPECT_EQ(ask("get fabric-id"), "kov_get_fabric_id() = 7, from database (1 read)\n");
 }
 
-// ---- The command line
-// ----------------------------------------------------------------------------------------
+// ---- The command line -----------------------------------------------------------------------------------
 
 struct Refusal {
     const char *line;
@@ -318,8 +317,7 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
     EXPECT_NE(ask("show svi vlan10").find("is_up                      yes\n"), std::string::npos);
 }
 
-// ---- Hostile messages
-// -------------------------------------------------------------------------------------------
+// ---- Hostile messages -----------------------------------------------------------------------------------
 
 using kov_lab::Bytes;
 
@@ -410,8 +408,7 @@ TEST_F(HostileServer, ThatInjectsAGoodMessageIsBelieved)
     handled("arp", 1);
 }
 
-// ---- Hostile clients
-// -----------------------------------------------------------------------------------------------
+// ---- Hostile clients ------------------------------------------------------------------------------------
 
 class HostileClient : public RealLab
 {

@@ -138,8 +138,7 @@ TEST_F(Change, ARecordComesIntoBeingWhenItIsSet)
     EXPECT_EQ(ask("-c arp get fwd-mode bdi100"), "kov_get_fwd_mode(bdi100) = Anycast Gateway, from cache\n");
 }
 
-// ---- Which message
-// -----------------------------------------------------------------------------------------
+// ---- Which message --------------------------------------------------------------------------------------
 
 struct Told {
     const char *line;

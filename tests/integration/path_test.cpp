@@ -147,8 +147,7 @@ TEST_F(Path, TheServerTellsEachFrameWhenItIsAskedTo)
                             ", SAP 2000) for types 9,18\n"));
 }
 
-// ---- Full queues, dead clients
-// ------------------------------------------------------------------------------
+// ---- Full queues, dead clients --------------------------------------------------------------------------
 
 class Operator
 {
@@ -216,8 +215,7 @@ TEST_F(Path, AClientThatDiedIsStruckOffAndTheOthersAreTold)
     EXPECT_EQ(status("messages lost"), "1");
 }
 
-// ---- What the operator sees
-// -----------------------------------------------------------------------------------
+// ---- What the operator sees -----------------------------------------------------------------------------
 
 TEST_F(Path, TracesAppearOnTheTerminalThatAskedForThem)
 {

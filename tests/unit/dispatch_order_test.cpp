@@ -97,8 +97,7 @@ TEST_F(DispatchOrder, AMessageThatComesBeforeTheAcknowledgementIsDeliveredUncach
     EXPECT_EQ(kov_api.registration_done, 0u);
 }
 
-// ---------------------------------------------------------------------------------------- update, then
-// deliver
+// ------------------------------------------------------------------------------------ update, then deliver
 
 // Deliberate: an update is applied whoever it was meant for.
 TEST_F(DispatchOrder, AnUpdateIsAppliedWhoeverItWasMeantFor)

@@ -277,6 +277,7 @@ TEST_F(Glean, AVrfWithoutANameOrWithOneThatIsTooLongHasNoPrefixes)
     platform.routes.vrf_names.erase(vrf_id);
     EXPECT_EQ(seen(nullptr), other_mode);
     EXPECT_TRUE(traced("Invalid arg"));
+    EXPECT_EQ(platform.calls.count(Call::osal_strcpy), 0u) << "there is no name to copy";
     for (const unsigned length : {34u, 35u, 100u}) {
         clear_traces();
         platform.routes.vrf_names[vrf_id] = std::string(length, 'v');

@@ -202,8 +202,7 @@ TEST_F(HostVerify, AFailedSendThatLeavesNoErrnoIsAnInputOutputError)
     expect_traces({});
 }
 
-// -------------------------------------------------------------------------------- telling what a probe
-// showed
+// ----------------------------------------------------------------------------- telling what a probe showed
 
 Bytes nd_result(uint64_t clock)
 {

@@ -185,8 +185,7 @@ TEST_F(TopologyCache, IsFilledUnderTheNumberThatTheRecordHolds)
     EXPECT_EQ(entry(99), Bytes());
 }
 
-// ----------------------------------------------------------------------------------------- the topology's
-// SVI
+// -------------------------------------------------------------------------------------- the topology's SVI
 
 TEST_F(TopologyCache, AChangedTopologyReadsItsSviAgain)
 {

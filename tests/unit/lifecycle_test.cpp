@@ -232,8 +232,7 @@ TEST_F(Lifecycle, AFailedReopeningKeepsTheDescriptorOfTheClosedDatabase)
     EXPECT_STREQ(closed->uri, uri);
 }
 
-// --------------------------------------------------------------------------------------------- being told to
-// wait
+// -------------------------------------------------------------------------------------- being told to wait
 
 TEST_F(Lifecycle, AHostThatWaitsKeepsEveryCallFromOpening)
 {
@@ -379,8 +378,7 @@ TEST_F(Lifecycle, OpeningAndClosingManyTimesHoldsNothing)
     EXPECT_FALSE(platform.db.is_open());
 }
 
-// -------------------------------------------------------------------------------------- the host's own
-// objects
+// ---------------------------------------------------------------------------------- the host's own objects
 
 TEST_F(Lifecycle, TheHostsOwnObjectsAreNeverTouched)
 {

@@ -99,8 +99,7 @@ struct KindNames {
 };
 TYPED_TEST_SUITE(PortQuery, Kinds, KindNames);
 
-// --------------------------------------------------------------------------------- which source answers, and
-// what
+// -------------------------------------------------------------------------- which source answers, and what
 
 struct GateCase {
     bool registered, cached, updating;
@@ -179,8 +178,7 @@ TYPED_TEST(PortQuery, OfAClientThatHasNotRegisteredReadsTheDatabaseAlsoWhenTheCa
     EXPECT_EQ(TypeParam::ask(eth), 1u);
 }
 
-// ----------------------------------------------------------------------------------------------------
-// refusals
+// ------------------------------------------------------------------------------------------------ refusals
 
 TYPED_TEST(PortQuery, WithoutAnInitialisedLibraryIsZero)
 {
@@ -310,8 +308,7 @@ TYPED_TEST(PortQuery, OfAPortBehindTheValidBitsIsZero)
     }
 }
 
-// ---------------------------------------------------------------------------------- a record that cannot be
-// read
+// ---------------------------------------------------------------------------- a record that cannot be read
 
 TYPED_TEST(PortQuery, OfARecordWithMoreBitsThanASlotHasIsACopyFailure)
 {
