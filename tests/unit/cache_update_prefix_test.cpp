@@ -1,9 +1,6 @@
 // Update messages turned into refreshes of aggregate subnet prefixes.
 #include "aggr_cache.h"
-
-#include "events/cache_update.h"
-
-#include <memory>
+#include "update_message.h"
 
 namespace
 {
@@ -23,20 +20,10 @@ protected:
         std::memset(update.unused_57, 0xEE, sizeof update.unused_57);
         return update;
     }
-    // A message in host order at an odd address, in a block that ends with it.
     template <class... Records>
     static uint32_t update(const Records &...records)
     {
-        Bytes bytes(161);
-        const uint16_t mtype = KOV_MTYPE_AGGR_SUB_PFX;
-        const uint32_t count = sizeof...(records);
-        std::memcpy(&bytes[2], &mtype, sizeof mtype);
-        std::memcpy(&bytes[20], &count, sizeof count);
-        (bytes.insert(bytes.end(), reinterpret_cast<const uint8_t *>(&records),
-                      reinterpret_cast<const uint8_t *>(&records) + sizeof records),
-         ...);
-        const fake::OddBlock block(bytes);
-        return kov_update_cache_rdb_data(reinterpret_cast<const kov_client_msg *>(block.data()));
+        return apply_update(KOV_MTYPE_AGGR_SUB_PFX, records...);
     }
     // From here on the cache is on, filled from what is published.
     void cache()

@@ -1,5 +1,6 @@
 // Update messages turned into refreshes: which messages are, and those of the general information and of
 // SVIs.
+#include "samples.h"
 #include "update_message.h"
 
 namespace
@@ -23,17 +24,13 @@ protected:
 
     static kov_rdb_geninfo_t general(uint32_t fabric)
     {
-        kov_rdb_geninfo_t record = {};
-        kov_rdb_geninfo_default_init(&record);
+        kov_rdb_geninfo_t record = default_general_info();
         record.fabric_id = fabric;
         return record;
     }
     static kov_rdb_sviinfo_t svi(uint32_t ifindex, uint32_t mode = KOV_FWD_MODE_ANYCAST_GATEWAY)
     {
-        kov_rdb_sviinfo_t record = {};
-        record.svi_ifindex = ifindex;
-        record.fwd_mode = mode;
-        return record;
+        return svi_in_mode(ifindex, mode);
     }
 
     // So many zero records of the type's size behind a header.

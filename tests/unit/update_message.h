@@ -6,7 +6,6 @@
 #include "events/cache_update.h"
 
 #include <cstring>
-#include <memory>
 
 // Applies a message of `mtype` that ends with its records, in a block that ends with it.
 template <class... Records>
@@ -19,7 +18,6 @@ uint32_t apply_update(uint16_t mtype, const Records &...records)
     (bytes.insert(bytes.end(), reinterpret_cast<const uint8_t *>(&records),
                   reinterpret_cast<const uint8_t *>(&records) + sizeof records),
      ...);
-    const std::unique_ptr<uint8_t[]> block(new uint8_t[bytes.size() + 1]);
-    std::memcpy(block.get() + 1, bytes.data(), bytes.size());
-    return kov_update_cache_rdb_data(reinterpret_cast<const kov_client_msg *>(block.get() + 1));
+    const fake::OddBlock block(bytes);
+    return kov_update_cache_rdb_data(reinterpret_cast<const kov_client_msg *>(block.data()));
 }
