@@ -2,6 +2,9 @@
 #include "samples.h"
 #include "update_message.h"
 
+#include "cache/slots.h"
+#include "cache/sviinfo.h"
+
 namespace
 {
 
@@ -42,12 +45,21 @@ struct Slots {
 class UpdatedSlots : public UpdateKeys, public testing::WithParamInterface<Slots>
 {
 protected:
-    void publish_slot(uint8_t slot)
+    void publish_slot(uint8_t slot) { publish_slot(slot, slot); }
+    void publish_slot(uint8_t slot, uint8_t bits)
     {
         if (GetParam().type == KOV_RDB_PORT_TRACKING)
-            publish(slot, kov_rdb_port_tracking_t{8, {slot}});
+            publish(slot, kov_rdb_port_tracking_t{8, {bits}});
         else
-            publish(slot, kov_rdb_port_l2dci_t{8, {slot}});
+            publish(slot, kov_rdb_port_l2dci_t{8, {bits}});
+    }
+    // What hangs in the tree, whether or not it is being updated.
+    static fake::Bytes cached_slot(uint8_t slot)
+    {
+        const kov_rdb_key key = slot_key(GetParam().type, slot);
+        return GetParam().type == KOV_RDB_PORT_TRACKING
+                   ? bytes_at(kov::lookup_port_tracking(key), sizeof(kov_rdb_port_tracking_t))
+                   : bytes_at(kov::lookup_port_l2dci(key), sizeof(kov_rdb_port_l2dci_t));
     }
     void expect(const Counters &row) { expect_counters(GetParam().type, row); }
 };
@@ -114,6 +126,19 @@ TEST_P(UpdatedSlots, AMessageEndsAtAPortWithoutASlotAndWhatWasAppliedStays)
     expect({.cached = 1, .update_hits = 2, .rdb_hits = 3, .allocs = 2, .bytes = 70, .data = true});
 }
 
+TEST_P(UpdatedSlots, BehindAPortWithoutASlotAFilledCacheKeepsItsEntries)
+{
+    publish_slot(3);
+    cache({GetParam().mtype});
+    const fake::Bytes before = cached_slot(3);
+    ASSERT_EQ(before, joined({{8, 0, 3}, fake::Bytes(32)}));
+    publish_slot(3, 0x80);
+    EXPECT_EQ(apply_update(GetParam().mtype, uint32_t{0}, port), 0u);
+    EXPECT_EQ(cached_slot(3), before);
+    EXPECT_EQ(apply_update(GetParam().mtype, port), 1u);
+    EXPECT_EQ(cached_slot(3), joined({{8, 0, 0x80}, fake::Bytes(32)}));
+}
+
 TEST_P(UpdatedSlots, ARefusedPortIsTracedWithSlotAndPortAsComputedSoFar)
 {
     cache({GetParam().mtype});
@@ -176,6 +201,9 @@ kov_rdb_l2rib_topo_info_t topology(uint32_t bd, uint32_t svi = 0)
     return record;
 }
 
+// Clearing all of them leaves one whose number is no palindrome.
+void drop_topology(uint32_t bd) { kov_clear_cache_rdb_l2rib_topo_info(0, &bd); }
+
 TEST_F(UpdateKeys, ATopologyIsReadAgainAfterItsSvi)
 {
     publish(svi_in_mode(10, 2));
@@ -193,8 +221,50 @@ TEST_F(UpdateKeys, ATopologyIsReadAgainAfterItsSvi)
         {{KOV_RDB_SVIINFO, {.rdb_hits = 1, .allocs = 1, .bytes = 16, .data = true}},
          {KOV_RDB_L2RIB_TOPO_INFO,
           {.cached = 1, .update_hits = 1, .rdb_hits = 2, .allocs = 1, .bytes = 52, .data = true}}});
-    const uint32_t bd = 600;
-    kov_clear_cache_rdb_l2rib_topo_info(0, &bd);
+    drop_topology(600);
+}
+
+TEST_F(UpdateKeys, ATopologysSviThatIsCachedTakesTheSuppressionOverThatTheDatabaseHas)
+{
+    kov_rdb_sviinfo_t svi = svi_in_mode(10, 2);
+    for (const uint32_t suppressed : {1u, 0u, 5u}) {
+        svi.suppress_arp = suppressed ^ 1;
+        publish(svi);
+        cache({9, 19});
+        svi.suppress_arp = suppressed;
+        publish(svi);
+        publish(topology(600)); // which names no SVI
+        EXPECT_EQ(kov_get_sviinfo_from_rdb(10, 0)->suppress_arp, suppressed ^ 1);
+        EXPECT_EQ(apply_update(19, topology_update(600, 10)), 1u);
+        EXPECT_EQ(kov_get_sviinfo_from_rdb(10, 0)->suppress_arp, suppressed);
+        EXPECT_EQ(counters(KOV_RDB_SVIINFO).allocs, 1u);
+        drop_topology(600);
+        kov_deregister_client();
+    }
+}
+
+TEST_F(UpdateKeys, ATopologyWhoseSviCannotBeAppliedIsStillReadAgain)
+{
+    publish(svi_in_mode(10, 2));
+    publish(topology(600));
+    for (const Call call : {Call::alloc, Call::pt_add}) {
+        SCOPED_TRACE(fake::name_of(call));
+        cache({19});
+        drop_topology(600);
+        clear_traces();
+        platform.calls.fail(call);
+        EXPECT_EQ(apply_update(19, topology_update(600, 10)), 1u);
+        expect_traces({"Doing RDB based lookup for 2", "Not a Fabric Control SVI vlan10",
+                       "Reset Suppress ARP for Svi vlan10", "Doing RDB based lookup for 6",
+                       "Created L2rib Topo id for 600 from KOV RDB cache",
+                       "Updating cache sw_bd 600, suppress arp 0, mode ARP Suppression Disabled, svi -",
+                       "KOV RDB L2RIB Topo id 600 is cached/updated",
+                       "KOV RDB  L2RIB Topo id 600 is cached/Updated"});
+        EXPECT_EQ(counters(KOV_RDB_SVIINFO).allocs, 0u);
+        EXPECT_EQ(counters(KOV_RDB_L2RIB_TOPO_INFO).allocs, 1u);
+        drop_topology(600);
+        kov_deregister_client();
+    }
 }
 
 TEST_F(UpdateKeys, ATopologyRecordWithoutAnSviRefreshesOnlyTheTopology)
@@ -205,8 +275,7 @@ TEST_F(UpdateKeys, ATopologyRecordWithoutAnSviRefreshesOnlyTheTopology)
     expect_all_counters(
         {{KOV_RDB_L2RIB_TOPO_INFO,
           {.cached = 1, .update_hits = 1, .rdb_hits = 2, .allocs = 1, .bytes = 52, .data = true}}});
-    const uint32_t bd = 600;
-    kov_clear_cache_rdb_l2rib_topo_info(0, &bd);
+    drop_topology(600);
 }
 
 TEST_F(UpdateKeys, ATopologysUnknownSviIsReadAndNotTraced)
@@ -228,7 +297,7 @@ TEST_F(UpdateKeys, EachTopologyOfAMessageIsReadAtItsPlace)
     expect_counters(KOV_RDB_L2RIB_TOPO_INFO,
                     {.cached = 1, .update_hits = 3, .rdb_hits = 4, .allocs = 3, .bytes = 156, .data = true});
     for (const uint32_t bd : {600u, 700u, 800u})
-        kov_clear_cache_rdb_l2rib_topo_info(0, &bd);
+        drop_topology(bd);
 }
 
 TEST_F(UpdateKeys, ATopologyWithIdZeroIsRefusedInsideARefreshThatSucceeds)

@@ -1,8 +1,6 @@
 // What the dispatcher does with a good message: in which order, with which copy, and what a handler may do
 // meanwhile.
-#include "lab.h"
-
-#include <cstring>
+#include "samples.h"
 
 namespace
 {
@@ -15,14 +13,15 @@ const char *const sees_no_profile = "Not KOV_MTYPE_PROFILE_MGMT message";
 class DispatchOrder : public Lab
 {
 protected:
-    DispatchOrder() { platform.interfaces.add_vlan(10, "vlan10"); }
+    DispatchOrder()
+    {
+        for (const uint32_t ifindex : {10u, 20u, 30u})
+            platform.interfaces.add_vlan(ifindex, "vlan" + std::to_string(ifindex));
+    }
 
     static kov_rdb_sviinfo_t svi(uint32_t ifindex, uint32_t mode = KOV_FWD_MODE_ANYCAST_GATEWAY)
     {
-        kov_rdb_sviinfo_t record = {};
-        record.svi_ifindex = ifindex;
-        record.fwd_mode = mode;
-        return record;
+        return svi_in_mode(ifindex, mode);
     }
 
     // The dispatcher's own traces; the profile layer's remark that a message is not one of its own is left
@@ -126,6 +125,30 @@ TEST_F(DispatchOrder, TheHandlerAlreadySeesTheRefreshedCache)
     EXPECT_EQ(seen, 2u);
 }
 
+// Deliberate: every SVI message is read with stride 4, so what the second record names is not refreshed.
+TEST_F(DispatchOrder, TheSecondRecordOfALongSviMessageIsReadFourBytesBehindTheFirst)
+{
+    for (const uint16_t mtype : {uint16_t{11}, uint16_t{18}}) {
+        kov_clear_cache_rdb_sviinfo(1, nullptr);
+        platform.db.clear();
+        register_and_acknowledge({9, 11, 18});
+        for (const uint32_t ifindex : {10u, 20u, 30u})
+            publish(svi(ifindex));
+        if (mtype == 11)
+            EXPECT_EQ(dispatch(11, kov_fabric_ctrl_seg_update{10, 20, 0, 0, {}, {}},
+                               kov_fabric_ctrl_seg_update{30, 1, 0, 0, {}, {}}),
+                      1u);
+        else
+            EXPECT_EQ(dispatch(18, kov_svi_fwd_mode_update{10, 20, 0}, kov_svi_fwd_mode_update{30, 1, 0}),
+                      1u);
+        EXPECT_EQ(kov_get_fwd_mode(10), 2u) << mtype;
+        EXPECT_EQ(kov_get_fwd_mode(20), 2u) << mtype;
+        EXPECT_EQ(kov_get_fwd_mode(30), 0u) << mtype;
+        EXPECT_EQ(counters(KOV_RDB_SVIINFO).allocs, 2u);
+        EXPECT_EQ(kov_deregister_client(), 1u);
+    }
+}
+
 TEST_F(DispatchOrder, AClientWithoutAHandlerHasStillTakenTheMessage)
 {
     publish(svi(10));
@@ -164,12 +187,16 @@ TEST_F(DispatchOrder, TheHandlerReadsHostOrderWhateverTheType)
         {9, {1, 2, 3, 4}, {4, 3, 2, 1}},
         {10, {1, 2, 3, 4}, {4, 3, 2, 1}},
         {11, segment_wire, segment_host},
+        {12, {}, {}},
         {13, {1, 2, 3, 4, 5}, {4, 3, 2, 1, 5}},
         {14, {1, 2, 3, 4}, {4, 3, 2, 1}},
         {15, {1, 2, 3, 4}, {4, 3, 2, 1}},
         {16, {1, 2, 3, 4}, {4, 3, 2, 1}},
         {17, {1, 2, 3, 4, 5, 6, 7, 8}, {4, 3, 2, 1, 8, 7, 6, 5}},
         {18, mac, {4, 3, 2, 1, 8, 7, 6, 5, 12, 11, 10, 9}},
+        {19,
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24},
+         {4, 3, 2, 1, 8, 7, 6, 5, 12, 11, 10, 9, 16, 15, 14, 13, 20, 19, 18, 17, 24, 23, 22, 21}},
         {20, {1, 2, 3, 4}, {4, 3, 2, 1}},
     };
     register_client({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20});
@@ -316,8 +343,7 @@ TEST_F(DispatchOrder, AHandlerMayDispatchAndItsOwnMessageStays)
 TEST_F(DispatchOrder, AHandlerMayQueryAndItsMessageStays)
 {
     static Bytes seen;
-    kov_rdb_geninfo_t general = {};
-    kov_rdb_geninfo_default_init(&general);
+    kov_rdb_geninfo_t general = default_general_info();
     general.fabric_id = 77;
     publish(general);
     publish(svi(10));

@@ -1,5 +1,6 @@
 // Gleans: when the server is told, what it is told, byte by byte, and what the caller is told.
 #include "aggr_cache.h"
+#include "no_texts.h"
 
 #include <cerrno>
 
@@ -192,6 +193,7 @@ TEST_F(Glean, OfARouteTheServerIsToldWhenItIsConditionalAndNotConverted)
         {ipv4, {true, false}, "Route exists with cond_flag 1, conv_flag 0, notify 1", true},
         {ipv4, {true, true}, "Route exists with cond_flag 1, conv_flag 1, notify 0", false},
         {ipv6, {false, false}, "Route exists with cond_flag 0, conv_flag 0, notify 0", false},
+        {ipv6, {false, true}, "Route exists with cond_flag 0, conv_flag 1, notify 0", false},
         {ipv6, {true, false}, "Route exists with cond_flag 1, conv_flag 0, notify 1", true},
         {ipv6, {true, true}, "Route exists with cond_flag 1, conv_flag 1, notify 0", false},
     };
@@ -226,6 +228,33 @@ TEST_F(Glean, WithoutARouteTheServerIsToldOfADestinationInTheFabric)
     EXPECT_EQ(sends(), 2u);
     EXPECT_TRUE(
         traced("(red) [IPv6] Aggregate-subnet-prefix lookup for 2001:db8::42/128 matched for 2001:db8::/32"));
+}
+
+TEST_F(Glean, WithoutARouteEveryFamilyBut1IsLookedUpAsIpv6)
+{
+    publish_conditional_routing(true);
+    publish_prefix("red", "2001:db8::/32");
+    for (const int family : {0, 2, -1, 0x100, 0x101}) {
+        attach();
+        EXPECT_EQ(seen(family, nullptr, "2001:db8::42", "::1"), other_mode);
+        EXPECT_TRUE(traced("(red) [IPv6] Aggregate-subnet-prefix lookup for 2001:db8::42/128 matched for "
+                           "2001:db8::/32"))
+            << family;
+        ASSERT_EQ(sends(), 1u) << family;
+        EXPECT_EQ(platform.ipc.sent.front().payload[24], static_cast<uint8_t>(family));
+    }
+}
+
+// Deliberate: a record that cannot be decoded reads as one of zeros, the default prefix, which holds
+// everything.
+TEST_F(Glean, WithoutARouteADamagedPrefixMakesTheServerHearOfEveryDestinationOfItsVrf)
+{
+    publish_conditional_routing(true);
+    publish_bytes(prefix_key("red", 0, Prefix("10.1.0.0/16").record), {1, 2, 3});
+    attach();
+    EXPECT_EQ(seen(ipv4, nullptr, "200.1.2.3", "10.1.2.3"), other_mode);
+    EXPECT_EQ(sends(), 1u);
+    EXPECT_TRUE(traced("(red) [IPv4] Aggregate-subnet-prefix lookup for 200.1.2.3/32 matched for 0.0.0.0/0"));
 }
 
 TEST_F(Glean, WithoutARouteTheServerIsNotToldOfADestinationOutside)
@@ -343,6 +372,26 @@ TEST_F(Glean, AFailedSendIsTracedAndFollowedByTheTraceOfSuccess)
                   (std::vector<std::string>{"ipc glean notify ipc failed", notified}));
         EXPECT_EQ(platform.heap.live_blocks(), 0u);
     }
+}
+
+TEST_F(Glean, WithTracingOffNoAddressAndNoNameIsMadeAText)
+{
+    publish_conditional_routing(true);
+    publish_svi(1);
+    publish_prefix("red", "10.1.0.0/16");
+    publish_prefix("red", "2001:db8::/32");
+    attach();
+    kov_api_vty_dbg_off("unit");
+    for (const int family : {ipv4, ipv6}) {
+        const bool v4 = family == ipv4;
+        EXPECT_EQ(seen(family, &conditional, "::1", "::2"), proxy_with_route);
+        EXPECT_EQ(seen(family, nullptr, v4 ? "10.1.2.3" : "2001:db8::42", "::2"), proxy_without_route);
+        EXPECT_EQ(seen(family, nullptr, v4 ? "11.1.2.3" : "fe80::1", "::2"), proxy_without_route);
+    }
+    EXPECT_EQ(kov_is_rt_conditional("red", Prefix("10.1.2.3/32").record.prefix, 0), 1u);
+    EXPECT_EQ(kov_is_rt_conditional("red", Prefix("fe80::1/128").record.prefix, 1), 0u);
+    EXPECT_EQ(sends(), 4u);
+    expect_no_texts();
 }
 
 TEST_F(Glean, EveryFailureOnTheWayIsSurvived)

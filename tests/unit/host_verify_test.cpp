@@ -1,5 +1,6 @@
 // Host verification in both directions: the messages byte by byte, what is refused, what a failed send
 // leaves.
+#include "no_texts.h"
 #include "samples.h"
 
 #include <cerrno>
@@ -354,6 +355,19 @@ TEST_F(HostVerify, TheArpMessageAloneIsAllocatedAndWithoutMemoryNothingIsTold)
     expect_traces({});
     EXPECT_EQ(platform.ipc.sent.size(), 1u);
     EXPECT_EQ(platform.ipc.refused.size(), 0u);
+}
+
+TEST_F(HostVerify, WithTracingOffNoAddressAndNoNameIsMadeAText)
+{
+    attach();
+    kov_api_vty_dbg_off("unit");
+    const kov_host_verified host = verified();
+    EXPECT_EQ(kov_send_host_verify_notification("red", ipv4, &host_v4), 0);
+    EXPECT_EQ(kov_send_host_verify_notification("red", ipv6, host_v6), 0);
+    EXPECT_EQ(kov_arp_nd_host_verification_resp(&host, nd), 1u);
+    EXPECT_EQ(kov_arp_nd_host_verification_resp(&host, arp), 1u);
+    EXPECT_EQ(platform.ipc.sent.size(), 4u);
+    expect_no_texts();
 }
 
 TEST_F(HostVerify, NoCallChangesTheLibrary)

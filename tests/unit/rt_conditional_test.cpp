@@ -205,6 +205,30 @@ TEST_F(RtConditional, ADefaultAggregateHoldsEverything)
     EXPECT_EQ(ask("red", "fe80::1/128"), 1u);
 }
 
+// Deliberate: a record that cannot be decoded reads as one of zeros, the default prefix, which holds
+// everything.
+TEST_F(RtConditional, ADamagedRecordHoldsEverything)
+{
+    publish_bytes(prefix_key("red", 0, Prefix("10.1.0.0/16").record), {1, 2, 3});
+    publish_bytes(prefix_key("red", 1, Prefix("2001:db8::/32").record), {1, 2, 3});
+    EXPECT_EQ(ask("red", "200.1.2.3/32"), 1u);
+    EXPECT_EQ(ask("red", "fe80::1/128"), 1u);
+    expect_traces({not_registered, matched("red", "IPv4", "200.1.2.3/32", "0.0.0.0/0"), not_registered,
+                   skipped("red", "0.0.0.0/0", "IPv6"), matched("red", "IPv6", "fe80::1/128", "::/0")});
+    EXPECT_EQ(ask("blue", "200.1.2.3/32"), 0u) << "of its own VRF only";
+}
+
+TEST_F(RtConditional, ADamagedRecordHoldsEverythingAlsoInTheCache)
+{
+    publish_bytes(prefix_key("red", 0, Prefix("10.1.0.0/16").record), {1, 2, 3});
+    register_and_acknowledge({8});
+    platform.db.clear();
+    clear_traces();
+    EXPECT_EQ(ask("red", "200.1.2.3/32"), 1u);
+    expect_traces({"(red" + walking + "10.1.0.0/16", matched("red", "IPv4", "200.1.2.3/32", "0.0.0.0/0")});
+    expect(holding(1, {.cached = 1, .cache_hits = 1, .rdb_hits = 2}), 1);
+}
+
 // The database orders by the prefix before the family: all zeros of IPv4 stand before all zeros of IPv6.
 TEST_F(RtConditional, AnIpv6WalkBeginsBehindTheDefaultAggregateOfIpv4)
 {
