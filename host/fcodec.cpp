@@ -92,19 +92,22 @@ int open(Opened &opened, const void *tlv, uint32_t len, const fcodec_table *t, c
     return FCODEC_OK;
 }
 
-// A tail has the length that the field before it says, and the record keeps no other length than that.
+// There is at most one tail: the room behind the record is for one. It has the length that the field before
+// it says, and the record keeps no other length than that.
 bool has_its_tail(Opened &opened)
 {
     uint32_t said = 0;
     bool is_said = false;
+    bool is_there = false;
     fcodec_field_itr at = opened.at;
     for (fcodec_field field; step(at, field) == FCODEC_OK;)
         if (field.id == opened.shape.tail->tail_length_id) {
             said = load<uint32_t>(static_cast<const uint8_t *>(field.value));
             is_said = true;
         } else if (field.id == opened.shape.tail->field_id) {
-            if (!is_said || field.len != said)
+            if (!is_said || is_there || field.len != said)
                 return false;
+            is_there = true;
             opened.tail_len = field.len;
         }
     return said == opened.tail_len;

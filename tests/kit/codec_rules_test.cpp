@@ -240,6 +240,26 @@ TEST_F(CodecRules, ATailTravelsWithItsRecordAndTheSizeCountsIt)
     }
 }
 
+// The size that the stream wants is that of one tail, and each would be written.
+TEST_F(CodecRules, AStreamWithASecondTailIsMalformedAndNothingIsWritten)
+{
+    for (const uint8_t before : {uint8_t{8}, uint8_t{3}}) {
+        const uint8_t after = 3;
+        Table twice(8); // a record that writes both lengths, each with as many bytes behind it
+        twice.plain(7, 0, 4).plain(9, 0, before).plain(7, 4, 4).plain(9, 0, after);
+        const Bytes stream = kit::encode(twice, {before, 0, 0, 0, after, 0, 0, 0});
+        const auto size = static_cast<uint32_t>(stream.size());
+        kit::OddCopy room(Bytes(16, untouched));
+        EXPECT_EQ(fcodec_table_convert_tlv_to_struct(stream.data(), size, room.data(), with_tail.get(), 1),
+                  FCODEC_MALFORMED);
+        EXPECT_EQ(Bytes(room.data(), room.data() + 16), Bytes(16, untouched));
+        uint32_t wanted = 77;
+        EXPECT_EQ(fcodec_table_get_struct_size_from_tlv(&wanted, stream.data(), size, with_tail.get()),
+                  FCODEC_MALFORMED);
+        EXPECT_EQ(wanted, 77u);
+    }
+}
+
 TEST_F(CodecRules, ATailThatWouldPass16MiBIsRefusedBeforeItIsCopied)
 {
     Bytes record = tailed(1), room(300, untouched);

@@ -298,6 +298,20 @@ TEST_F(StoredHost, AStreamThatGivesItsLengthAgainMustStillAgree)
     expect_malformed(tlv);
 }
 
+// The size that the stream wants is that of one tail, and each would be written.
+TEST_F(StoredHost, AStreamWithASecondTailIsMalformedAlsoWhenBothAgreeWithTheirLengths)
+{
+    for (const std::size_t first : {100u, 6u}) {
+        Bytes block = host_with(std::string(first, 'x'));
+        Bytes tlv = encode(block);
+        block = host_with("vlan=7");
+        Bytes second = encode(block);
+        append(tlv, cut(second, 8));
+        append(tlv, cut(second, 9));
+        expect_malformed(tlv);
+    }
+}
+
 TEST_F(StoredHost, WithoutLengthAndTailKeepsBothAsFound)
 {
     Bytes block = host_with("vlan=7");

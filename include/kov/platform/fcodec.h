@@ -8,9 +8,10 @@
  * own length and the size of the structure, and values stand in it as they stand in the structure.
  *
  * Decoding: the whole stream is checked, then the structure is written. Fields are applied in stream order,
- * so that of a repeated one the last counts. A field whose id no row has is skipped; a row that has no field
- * leaves its bytes as found. A field that is not exactly as long as its row is wide (or its nested stream, or
- * its tail), or a stream that is for a structure of another size, is malformed.
+ * so that of a repeated one the last counts; a tail may stand once, and a stream with a second is malformed.
+ * A field whose id no row has is skipped; a row that has no field leaves its bytes as found. A field that is
+ * not exactly as long as its row is wide (or its nested stream, or its tail), or a stream that is for a
+ * structure of another size, is malformed.
  *
  * Every call that returns an int returns an fcodec_code. When it is not FCODEC_OK, the output is untouched
  * (fcodec_get_field tells the size it wants). Streams and structures may stand at any address and are the
@@ -148,9 +149,9 @@ int fcodec_table_convert_struct_to_tlv(void *buf, uint32_t len, const fcodec_tab
                                        uint32_t opt1, uint32_t opt2, uint32_t opt3);
 
 /* Decodes the stream at `tlv` into `out`, a structure of the table's size with room for the tail behind it.
- * `len` is how many bytes can be
- * read at `tlv`; the stream may end before, and what follows it is not looked at. The flag is the platform's
- * own (the library passes 1); a platform that knows none decodes the same whatever it is. */
+ * `len` is how many bytes can be read at `tlv`; the stream may end before, and what follows it is not looked
+ * at. The flag is the platform's own (the library passes 1); a platform that knows none decodes the same
+ * whatever it is. */
 int fcodec_table_convert_tlv_to_struct(const void *tlv, uint32_t len, void *out, const fcodec_table *t,
                                        uint32_t flag);
 
@@ -172,9 +173,8 @@ int fcodec_field_itr_init(fcodec_field_itr *itr, const void *tlv, uint32_t len, 
 int fcodec_field_itr_get_next(fcodec_field_itr *itr, fcodec_field *out);
 
 /* Copies the value that decoding would leave in the field `field_id` (of a nested record: its stream) to
- * `out`. `*inout_len` is the room
- * there, and becomes the value's size, also with FCODEC_TOO_SMALL. FCODEC_END when the stream or the table
- * does not have the field. */
+ * `out`. `*inout_len` is the room there, and becomes the value's size, also with FCODEC_TOO_SMALL.
+ * FCODEC_END when the stream or the table does not have the field. */
 int fcodec_get_field(const void *tlv, uint32_t len, uint32_t field_id, void *out, uint32_t *inout_len,
                      const fcodec_table *t);
 
