@@ -317,6 +317,33 @@ TEST(ProfileCallbacks, AreRegisteredWithoutAnInitialisedLibrary)
     kov_api = {};
 }
 
+class ClosedProfileDispatch : public Lab
+{
+};
+
+TEST_F(ClosedProfileDispatch, AsksForNoOpenLibraryAndThePlatformForNothing)
+{
+    Bytes message(end_at);
+    message[2] = 12;
+    message[key_at] = 6;
+    static uint32_t told;
+    told = 0;
+    const auto on_response = [](uint32_t code, uint32_t, uint32_t, uint32_t, const uint8_t *,
+                                const kov_profile_reply *, const kov_profile_options_t *) {
+        told = code;
+        return 1u;
+    };
+    const kov_profile_callbacks callbacks = {on_response, nullptr, nullptr};
+    message[reply_at] = 22;
+    EXPECT_EQ(kov_profile_register_callback(&callbacks), 1u);
+    const auto *const msg = reinterpret_cast<const kov_client_msg *>(message.data());
+    EXPECT_EQ(kov_profile_validate_uhost(msg), 1);
+    EXPECT_EQ(kov_profile_dispatch_uhost(msg), 1);
+    EXPECT_EQ(told, 22u);
+    EXPECT_EQ(kov_api.initialized, 0u);
+    EXPECT_TRUE(platform.calls.log().empty());
+}
+
 // --------------------------------------------------------------------------------- the calls one by one
 
 TEST_F(ProfileDispatch, NullMessagesAreEmpty)

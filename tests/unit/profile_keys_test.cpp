@@ -127,4 +127,18 @@ TEST_F(ProfileKeyReader, YieldsNothingForNull)
     EXPECT_NE(kov_profile_get_key_data(msg(), &key), nullptr);
 }
 
+// A library that were asked to open would ask the platform for its database.
+TEST_F(ProfileKeyReader, AndTheTablesAskForNoOpenLibraryAndThePlatformForNothing)
+{
+    EXPECT_EQ(kov_profile_key_type_to_len(6), 5374u);
+    EXPECT_EQ(kov_profile_key_type_to_data_len(6), 20u);
+    EXPECT_STREQ(kov_profile_key_type_to_string(6), "UHost Key");
+    EXPECT_STREQ(kov_profile_data_value_to_string(1), "No Error");
+    EXPECT_EQ(kov_profile_get_key_init(), 1u);
+    EXPECT_EQ(kov_profile_get_key_data(msg(), &key), &message[5535]);
+    EXPECT_EQ(kov_profile_get_key_close(), 1u);
+    EXPECT_EQ(kov_api.initialized, 0u);
+    EXPECT_TRUE(platform.calls.log().empty());
+}
+
 } // namespace

@@ -223,4 +223,23 @@ TEST_F(ProfileSender, NothingIsLostWhateverFails)
               3u);
 }
 
+class ClosedProfileSender : public Lab
+{
+};
+
+TEST_F(ClosedProfileSender, AsksForNoInitialisedLibraryAndOpensNone)
+{
+    kov_api_wait_for_init = 1;
+    debug_on();
+    clear_traces();
+    EXPECT_EQ(kov_profile_add_key_init(), 1u);
+    EXPECT_EQ(kov_profile_add_key_close(), 1u);
+    expect_traces({});
+    EXPECT_EQ(kov_profile_add_key(Bytes(28, 0xC1).data(), 28), 0u);
+    expect_traces({"ipc send failed for client , sap 0"});
+    EXPECT_EQ(platform.ipc.refused.size(), 1u);
+    EXPECT_EQ(kov_api.initialized, 0u);
+    EXPECT_EQ(kov_api.profile_msg_len, 0u);
+}
+
 } // namespace
