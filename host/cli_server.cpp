@@ -22,6 +22,15 @@ constexpr std::size_t max_unsent = std::size_t{16} << 20; // a reader this far b
 constexpr std::size_t calm_unsent = std::size_t{256} << 10;
 constexpr std::size_t max_unsent_for_traces = std::size_t{1} << 20;
 
+// A line that is longer than a frame ends with a sign of that.
+std::string trace_frame(std::string_view line)
+{
+    constexpr std::string_view cut = " …";
+    if (line.size() <= cli_max_text)
+        return cli_frame(cli_trace, line);
+    return cli_frame(cli_trace, line.substr(0, cli_max_text - cut.size())).append(cut);
+}
+
 std::string status_frame(int status)
 {
     std::array<char, 4> bytes{};
@@ -164,7 +173,7 @@ bool CliSession::trace(std::string_view line)
     if (traces_dropped_ > 0)
         send(cli_frame(cli_trace, std::to_string(traces_dropped_) + " traces dropped"));
     traces_dropped_ = 0;
-    send(cli_frame(cli_trace, line.substr(0, cli_max_text)));
+    send(trace_frame(line));
     return !closed();
 }
 

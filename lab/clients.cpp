@@ -1,5 +1,6 @@
 #include "clients.h"
 
+#include "frames.h"
 #include "log.h"
 
 #include <kov/platform/ipc.h>
@@ -15,6 +16,11 @@ namespace
 
 constexpr std::uint32_t retry_ms = 10;
 constexpr std::size_t most_waiting = 65536; // messages of one client
+
+std::string subject(const Client &client)
+{
+    return "client \"" + client.name + "\" (" + sap_text(client.sap) + ")";
+}
 
 } // namespace
 
@@ -49,25 +55,41 @@ const Client *Clients::find(const std::string &name) const
     return nullptr;
 }
 
+// Into the access point's socket. False: errno says why.
+bool Clients::put(std::uint32_t sap, std::uint32_t opcode, const Bytes &bytes)
+{
+    const bool sent = ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, sap, opcode, bytes.data(),
+                               static_cast<std::uint32_t>(bytes.size()), 0, 0, 0) == 0;
+    counters_.sent += sent ? 1 : 0;
+    return sent;
+}
+
 Clients::Result Clients::try_send(const Client &client, const Bytes &message)
 {
-    const int code = ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, client.sap, KOV_OPC_CLIENT,
-                              message.data(), static_cast<std::uint32_t>(message.size()), 0, 0, 0);
-    if (code == 0) {
-        ++counters_.sent;
-        if (frames_are_logged())
-            log_frame("to SAP %u (%s): %s", client.sap, client.name.c_str(), describe_sent(message).c_str());
-        return Result::sent;
-    }
-    return errno == EAGAIN ? Result::full : Result::failed;
+    if (!put(client.sap, KOV_OPC_CLIENT, message))
+        return errno == EAGAIN ? Result::full : Result::failed;
+    if (frames_are_logged())
+        log_frame("to " + sap_text(client.sap) + " (" + client.name + "): " + describe_sent(message));
+    return Result::sent;
+}
+
+bool Clients::inject(std::uint32_t sap, std::uint32_t opcode, const Bytes &bytes)
+{
+    if (!put(sap, opcode, bytes))
+        return false;
+    const Client *client = find(sap);
+    if (frames_are_logged())
+        log_frame("to " + sap_text(sap) + " (" + (client != nullptr ? client->name : "no client") +
+                  "): injected " + describe_injected(opcode, bytes));
+    return true;
 }
 
 void Clients::strike_off(std::uint32_t sap, const char *why)
 {
     const Client &client = clients_.at(sap);
     counters_.lost += client.waiting.size();
-    log_problem("client \"%s\" (SAP %u) is struck off: %s; %zu messages lost", client.name.c_str(), sap, why,
-                client.waiting.size());
+    log_problem(subject(client) + " is struck off: " + why + "; " + std::to_string(client.waiting.size()) +
+                " messages lost");
     clients_.erase(sap);
 }
 
@@ -112,7 +134,7 @@ void Clients::send(std::uint32_t sap, Bytes message)
     if (!flush(client) || client.waiting.empty())
         return;
     if (!behind)
-        log_problem("client \"%s\" (SAP %u) is slow: messages wait", client.name.c_str(), sap);
+        log_problem(subject(client) + " is slow: messages wait");
     ++counters_.delayed;
     if (timer_ == 0)
         timer_ = kov_host_timer_start(

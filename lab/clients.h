@@ -25,11 +25,14 @@ struct Client {
     std::deque<Bytes> waiting;
 };
 
+// "SAP 2000"
+inline std::string sap_text(std::uint32_t sap) { return "SAP " + std::to_string(sap); }
+
 // Whether the client registered for messages of this type.
 inline bool wants(const Client &client, std::uint32_t mtype) { return (client.mask >> mtype & 1) != 0; }
 
 struct ClientCounters {
-    std::uint64_t sent = 0;    // messages that stand in a client's socket
+    std::uint64_t sent = 0;    // messages that stand in a client's socket, injected ones too
     std::uint64_t delayed = 0; // messages that had to wait first
     std::uint64_t lost = 0;    // messages of clients that were struck off
 };
@@ -47,6 +50,8 @@ public:
     const Client *find(const std::string &name) const;
 
     void send(std::uint32_t sap, Bytes message);
+    // The bytes as they are, to any access point, ahead of what waits for it. False: errno says why.
+    bool inject(std::uint32_t sap, std::uint32_t opcode, const Bytes &bytes);
     // The number of clients that were told, and by which types.
     std::size_t announce(const std::vector<Notice> &notices, std::uint32_t &types);
 
@@ -56,6 +61,7 @@ public:
 
 private:
     enum class Result { sent, full, failed };
+    bool put(std::uint32_t sap, std::uint32_t opcode, const Bytes &bytes);
     Result try_send(const Client &client, const Bytes &message);
     void strike_off(std::uint32_t sap, const char *why);
     // False when the client was struck off.

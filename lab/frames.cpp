@@ -1,6 +1,5 @@
 #include "frames.h"
 
-#include "messages.h"
 #include "profile_messages.h"
 
 #include <kov/kov_debug.h>
@@ -70,14 +69,20 @@ constexpr OpcodeWord opcode_rows[] = {
     {"nd-verified", KOV_OPC_ND_VERIFIED},
 };
 
-std::string unknown_frame(std::uint32_t opcode, Payload payload)
+} // namespace
+
+std::string opcode_and_size(std::uint32_t opcode, Payload payload)
 {
     char text[64];
-    std::snprintf(text, sizeof text, "unknown frame, opcode 0x%X, %zu bytes", opcode, payload.size());
+    std::snprintf(text, sizeof text, "opcode 0x%X, %zu bytes", opcode, payload.size());
     return text;
 }
 
-} // namespace
+std::string describe_injected(std::uint32_t opcode, const Bytes &bytes)
+{
+    return opcode == KOV_OPC_CLIENT && is_whole(bytes) ? describe_sent(bytes)
+                                                       : opcode_and_size(opcode, bytes);
+}
 
 std::optional<VerifyRequest> verify_request_of(std::uint32_t opcode, Payload payload)
 {
@@ -138,7 +143,7 @@ std::string describe_frame(std::uint32_t opcode, Payload payload)
         return std::string(found->protocol) + " verified " + found->host + " on " + found->place;
     if (is_profile_request(opcode, payload))
         return describe_profile_request(payload);
-    return unknown_frame(opcode, payload);
+    return "unknown frame, " + opcode_and_size(opcode, payload);
 }
 
 } // namespace kov_lab

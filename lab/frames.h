@@ -4,6 +4,8 @@
 // that a terminal would obey. A frame that is none of the known ones in opcode and size is nothing.
 #pragma once
 
+#include "messages.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -17,6 +19,12 @@ using Payload = std::span<const std::uint8_t>;
 
 // "register \"arp\" (pid 812, SAP 2000) for types 4-20"
 std::string describe_frame(std::uint32_t opcode, Payload payload);
+
+// "opcode 0x3D404, 72 bytes", for a frame that is none of the known ones.
+std::string opcode_and_size(std::uint32_t opcode, Payload payload);
+
+// A frame that an operator has sent as bytes: a message to a client when it is a whole one.
+std::string describe_injected(std::uint32_t opcode, const Bytes &bytes);
 
 // A client asks for a host to be verified.
 struct VerifyRequest {

@@ -30,7 +30,7 @@ struct Options {
     std::string dir;
     std::string client;
     std::vector<std::string> words;
-    std::string types = "all";
+    std::string types = watched_types;
     unsigned count = 0;
     unsigned timeout_s = 10;
     int alive = 0;
@@ -104,7 +104,10 @@ bool follows_traces(const Options &options)
 
 void watch_options(CLI::App &command, Options &options)
 {
-    command.add_option("--types", options.types, "types to register for, by word or number: svi,topology")
+    command
+        .add_option(
+            "--types", options.types,
+            "types to register for, by word or number: svi,topology; 12, profile, is asked to verify hosts")
         ->capture_default_str();
     command.add_option("--count", options.count, "end after so many messages");
 }

@@ -50,7 +50,7 @@ void on_message(const ipc_message *msg, void *server)
     try {
         static_cast<Server *>(server)->receive(msg);
     } catch (const std::exception &problem) {
-        log_problem("%s", problem.what());
+        log_problem(problem.what());
     }
 }
 

@@ -2,6 +2,8 @@
 // it.
 #pragma once
 
+#include <string>
+
 namespace kov_lab
 {
 
@@ -9,7 +11,7 @@ namespace kov_lab
 // for it (-v). A terminal that asked ("debug on") is told both.
 void log_frames(bool on);
 bool frames_are_logged();
-void log_frame(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
-void log_problem(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
+void log_frame(const std::string &line);
+void log_problem(const std::string &line);
 
 } // namespace kov_lab

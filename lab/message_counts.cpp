@@ -1,10 +1,10 @@
 #include "message_counts.h"
 
 #include "client_commands.h"
+#include "messages.h"
 
 #include <kov/kov_api.h>
 
-#include <arpa/inet.h>
 #include <chrono>
 #include <cstring>
 #include <numeric>
@@ -34,16 +34,6 @@ constexpr OutcomeNames names[outcome_count] = {
     {"by_library",      "refused by the library"},
 };
 // clang-format on
-
-// A profile message has a length of its own.
-bool has_its_length(const kov_client_msg &header, std::uint32_t size)
-{
-    if (header.mtype == KOV_MTYPE_PROFILE_MGMT)
-        return true;
-    const std::uint64_t record = kov_get_clients_msg_data_sz(header.mtype);
-    const std::uint32_t length = ntohl(header.length);
-    return length == sizeof header + record * ntohl(header.count) && length <= size;
-}
 
 // What is wrong with the message itself; `handled` when nothing is.
 Outcome flaw_of(const ipc_message &msg, kov_client_msg &header)

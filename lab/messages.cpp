@@ -5,6 +5,7 @@
 #include <kov/kov_debug.h>
 #include <kov/kov_enums.h>
 
+#include <arpa/inet.h>
 #include <cstring>
 
 namespace kov_lab
@@ -238,6 +239,23 @@ std::string describe_message(const kov_client_msg &msg)
     for (std::uint32_t i = 0; i < msg.count; ++i, at += size)
         text += (i == 0 ? ": " : "; ") + describe(at);
     return text;
+}
+
+bool has_its_length(const kov_client_msg &header, std::size_t size)
+{
+    if (header.mtype == KOV_MTYPE_PROFILE_MGMT)
+        return true;
+    const std::uint64_t record = kov_get_clients_msg_data_sz(header.mtype);
+    const std::uint32_t length = ntohl(header.length);
+    return length == sizeof header + record * ntohl(header.count) && length <= size;
+}
+
+bool is_whole(std::span<const std::uint8_t> message)
+{
+    if (message.size() < sizeof(kov_client_msg))
+        return false;
+    const auto header = record_at<kov_client_msg>(message.data());
+    return header.major == KOV_MSG_MAJOR && has_its_length(header, message.size());
 }
 
 std::string describe_sent(Bytes message)

@@ -42,8 +42,15 @@ Bytes prefix_message(const std::string &vrf, const Network &network);
 
 // "type 9, SVI forwarding mode: vlan10"
 std::string describe_message(const kov_client_msg &msg);
-// The same for a message as it is sent, in network order.
+// The same for a message as it is sent, in network order; it is a whole one.
 std::string describe_sent(Bytes message);
+
+// Whether the length that a header tells, in network order, is that of its records, and not above `size`. A
+// profile message has a length of its own.
+bool has_its_length(const kov_client_msg &header, std::size_t size);
+// Whether these are the bytes of a message, header and records, in network order.
+bool is_whole(std::span<const std::uint8_t> message);
+
 // A record as it stands in a message, at any alignment.
 template <typename Record>
 Record record_at(const std::uint8_t *at)

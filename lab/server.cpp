@@ -51,8 +51,8 @@ void Server::receive(const ipc_message *msg)
     ++frames_received_;
     const auto payload = payload_of(msg);
     if (frames_are_logged())
-        log_frame("from SAP %u (%s): %s", kov_host_message_sap(msg), sender_of(msg).c_str(),
-                  describe_frame(ipc_opc_get(msg), payload).c_str());
+        log_frame("from " + sap_text(kov_host_message_sap(msg)) + " (" + sender_of(msg) +
+                  "): " + describe_frame(ipc_opc_get(msg), payload));
     const bool profile = is_profile_request(ipc_opc_get(msg), payload);
     if (!profile && !is_registration(msg))
         return take_notice(msg, payload);
@@ -81,8 +81,9 @@ std::string Server::sender_of(const ipc_message *msg) const
 void Server::refuse(const ipc_message *msg, const std::string &why)
 {
     ++frames_refused_;
-    log_problem("refused a frame from SAP %u (pid %d, uid %u): %s", kov_host_message_sap(msg),
-                kov_host_message_pid(msg), kov_host_message_uid(msg), why.c_str());
+    log_problem("refused a frame from " + sap_text(kov_host_message_sap(msg)) + " (pid " +
+                std::to_string(kov_host_message_pid(msg)) + ", uid " +
+                std::to_string(kov_host_message_uid(msg)) + "): " + why);
 }
 
 // The message says who sent it, and so does the kernel.
@@ -122,7 +123,7 @@ void Server::take_deregistration(const ipc_message *msg, const kov_registration_
         return;
     const Client *client = clients_.find(kov_host_message_sap(msg));
     if (client == nullptr)
-        log_frame("SAP %u was not registered", kov_host_message_sap(msg));
+        log_frame(sap_text(kov_host_message_sap(msg)) + " was not registered");
     else if (client->pid != kov_host_message_pid(msg))
         refuse(msg, "the client at its SAP is process " + std::to_string(client->pid));
     else
@@ -154,8 +155,7 @@ bool Server::inject(std::string_view target, std::string_view hex, std::uint32_t
         text = "the bytes are not pairs of hexadecimal digits";
         return false;
     }
-    if (ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, *sap, opcode, bytes->data(),
-                 static_cast<std::uint32_t>(bytes->size()), 0, 0, 0) != 0) {
+    if (!clients_.inject(*sap, opcode, *bytes)) {
         text = "SAP " + std::to_string(*sap) + ": " + std::strerror(errno);
         return false;
     }

@@ -57,6 +57,8 @@ void Server::take_notice(const ipc_message *msg, std::span<const std::uint8_t> p
         verifications_.found(found->host, found->place, sender_of(msg));
     else if (is_glean(opcode, payload))
         ++gleans_;
+    else
+        refuse(msg, "it is none of the known frames: " + opcode_and_size(opcode, payload));
 }
 
 bool Server::verify_host(std::string_view client, std::string_view host, std::string &text)

@@ -72,13 +72,13 @@ void Server::answer_request(const Client &client, const kov_uhost_key_t &key)
     kov_profile_reply reply = reply_about(client.name, key, code_for(client.name, key));
     std::string why;
     if (is_good(reply.code) && !carry_out(client.name, key, why)) {
-        log_problem("the profiles' file refuses %s: %s", host_name(key).c_str(), why.c_str());
+        log_problem("the profiles' file refuses " + host_name(key) + ": " + why);
         reply.code = code_not_ready;
     }
     if (wants(client, KOV_MTYPE_PROFILE_MGMT))
         clients_.send(client.sap, profile_message(key, reply));
     else
-        log_frame("SAP %u does not want the answer: type 12 is none of its own", client.sap);
+        log_frame(sap_text(client.sap) + " does not want the answer: type 12 is none of its own");
 }
 
 void Server::take_profile_request(const ipc_message *msg, std::span<const std::uint8_t> payload)

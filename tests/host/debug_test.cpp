@@ -84,6 +84,19 @@ TEST_F(Debug, TracesGoToTheTerminalsThatHaveThemOn)
     kov_host_session_close(second);
 }
 
+TEST_F(Debug, ATraceThatIsLongerThanAFrameEndsWithASignOfThat)
+{
+    constexpr std::size_t most = 32767; // of text in a frame
+    kov_host_session *session = open_session();
+    ASSERT_EQ(dbgw_library_dbg_enable(library, level, kov_host_session_terminal(session)), 0);
+    const std::string whole(most - std::string("kov_api [1]: ").size(), 'x');
+    trace(whole.c_str());
+    EXPECT_EQ(traces(session), Lines{"kov_api [1]: " + whole});
+    trace((whole + "y").c_str());
+    EXPECT_EQ(traces(session), Lines{"kov_api [1]: " + whole.substr(4) + " …"});
+    kov_host_session_close(session);
+}
+
 TEST_F(Debug, ATerminalThatLeavesTakesItsSwitchesWithIt)
 {
     kov_host_session *session = open_session();

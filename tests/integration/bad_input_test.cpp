@@ -517,10 +517,17 @@ TEST_F(HostileClient, ThatSendsRubbishIsLoggedAndDoesNoHarm)
     const Bytes rubbish(100000, 0xff);
     send(rubbish.data(), rubbish.size());
     EXPECT_TRUE(server.says("unknown frame, opcode 0x3D400, 100000 bytes\n"));
+    send(rubbish.data(), 72, KOV_OPC_GLEAN);
+    EXPECT_TRUE(server.says("unknown frame, opcode 0x3D404, 72 bytes\n"));
+    send(rubbish.data(), 49, KOV_OPC_HOST_VERIFY);
+    EXPECT_TRUE(server.says("it is none of the known frames: opcode 0x3D405, 49 bytes\n"));
     std::memset(request_.client_name, '\033', sizeof request_.client_name);
     send();
     EXPECT_TRUE(server.says("register \"????"));
     ask("wait clients 1");
+    EXPECT_EQ(status("frames refused"), "4");
+    EXPECT_EQ(status("gleans"), "0");
+    EXPECT_EQ(status("hosts to verify"), "0");
 }
 
 } // namespace

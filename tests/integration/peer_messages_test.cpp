@@ -65,7 +65,7 @@ TEST_F(PeerMessages, WatchShowsWhatClientsAndTheServerTellEachOther)
     // clang-format off
     const Watched rows[] = {
         {"-c arp verify red 10.1.2.3",                "from SAP 2000 (arp): verify host 10.1.2.3 in VRF red"},
-        {"-c arp verify red 10.1.2.4",                "type 12, profile message: check of 10.1.2.4 (reference 0): No Error: Other"},
+        {"verify arp 10.1.2.4",                       "to SAP 2000 (arp): type 12, profile message: check of 10.1.2.4 (reference 0): No Error: Other"},
         {"-c arp report 10.1.2.3 vlan10 vlan=10",     "from SAP 2000 (arp): ARP verified 10.1.2.3 on vlan10, VLAN 10"},
         {"-c arp report 2001:db8::7 vlan10 iod=44",   "from SAP 2000 (arp): ND verified 2001:db8::7 on iod 44"},
         {"-c arp glean red 10.1.2.3 10.1.2.9 vlan10", "from SAP 2000 (arp): glean 10.1.2.3 in VRF 2 on vlan10, from 10.1.2.9 at vlan10, value 0"},
@@ -95,6 +95,93 @@ TEST_F(PeerMessages, WatchShowsWhatClientsAndTheServerTellEachOther)
     EXPECT_TRUE(watch->says("from SAP 2002 (nd): deregister \"nd\" (pid "));
     EXPECT_EQ(watch->stop().status, 0);
     EXPECT_EQ(watch->stop().out.find("SAP 2001"), std::string::npos) << "its own frames are what it prints";
+}
+
+struct Injected {
+    const char *line; // "inject" and its words
+    const char *told; // behind "injected"
+};
+
+TEST_F(PeerMessages, WatchShowsWhatAnOperatorInjectsAndItIsCounted)
+{
+    const std::string zeros(133 * 2, '0');
+    const std::string begin = "35000900" + std::string(32, '0');
+    const std::string svi = begin + "00000001000000a5" + zeros + "2400000a";
+    const std::string too_many = begin + "00000002000000a5" + zeros + "2400000a";
+    const std::string reply = begin + "00000001000000a9" + zeros + "2400000a";
+    const std::string glean(73 * 2, '0');
+    // clang-format off
+    const Injected rows[] = {
+        {svi.c_str(),                "type 9, SVI forwarding mode: vlan10"},
+        {too_many.c_str(),           "opcode 0x3D400, 165 bytes"},
+        {reply.c_str(),              "opcode 0x3D400, 165 bytes"},
+        {"3500",                     "opcode 0x3D400, 2 bytes"},
+    };
+    // clang-format on
+    serve();
+    client("arp");
+    const auto watch = start("kovctl", {"watch"});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    EXPECT_EQ(status("messages sent"), "2");
+    for (const Injected &row : rows) {
+        ask(std::string("inject arp ") + row.line);
+        EXPECT_TRUE(watch->says(std::string("\nto SAP 2000 (arp): injected ") + row.told + "\n"))
+            << watch->output();
+    }
+    ask("inject arp " + glean + " glean");
+    EXPECT_TRUE(watch->says("to SAP 2000 (arp): injected opcode 0x3D404, 73 bytes\n"));
+    ask("inject 2001 " + svi); // the watching client, by its access point
+    EXPECT_TRUE(watch->says("\ntype 9, SVI forwarding mode: vlan10\n"));
+    EXPECT_EQ(status("messages sent"), "8");
+    EXPECT_EQ(kovctl("inject 2002 " + svi).status, 1) << "nobody is there";
+    EXPECT_EQ(status("messages sent"), "8");
+    EXPECT_EQ(watch->stop().status, 0);
+}
+
+// ---- Long frames -----------------------------------------------------------------------------------------
+
+TEST_F(PeerMessages, AFrameIsToldWholeHoweverLongItsTextIs)
+{
+    Process &server = serve(leaf(), {"-v"});
+    client("arp");
+    const auto watch = start("kovctl", {"watch"});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    std::string words = "vni=5000";
+    for (int i = 0; i < 60; ++i)
+        words += " param=name-of-parameter=" + std::to_string(i);
+    ask("-c arp profile add h1 " + words);
+    const std::string frame = "from SAP 2000 (arp): profile add of h1 (reference 1): " + words + "\n";
+    EXPECT_TRUE(watch->says(frame)) << watch->output();
+    EXPECT_TRUE(server.says("kovd: " + frame));
+    EXPECT_EQ(watch->stop().status, 0);
+}
+
+// ---- Watching --------------------------------------------------------------------------------------------
+
+TEST_F(PeerMessages, WatchIsNoneOfThoseWhoAreAskedToProbeHosts)
+{
+    serve();
+    client("arp", "9");
+    const auto watch = start("kovctl", {"watch"});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    ask("-c arp verify red 10.1.2.3");
+    EXPECT_TRUE(watch->says("from SAP 2000 (arp): verify host 10.1.2.3 in VRF red\n"));
+    EXPECT_NE(ask("list hosts --json").find("\"asked\": \"\""), std::string::npos);
+    EXPECT_EQ(watch->stop().status, 0);
+    EXPECT_EQ(watch->stop().out.find("profile message"), std::string::npos);
+}
+
+TEST_F(PeerMessages, WatchThatIsToldSoRegistersForProfilesAndIsAsked)
+{
+    serve();
+    client("arp", "9");
+    const auto watch = start("kovctl", {"watch", "--types", "12"});
+    ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
+    ask("-c arp verify red 10.1.2.4");
+    EXPECT_TRUE(
+        watch->says("\ntype 12, profile message: check of 10.1.2.4 (reference 0): No Error: Other\n"));
+    EXPECT_NE(ask("list hosts").find("kovctl-watch-" + std::to_string(watch->pid())), std::string::npos);
+    EXPECT_EQ(watch->stop().status, 0);
 }
 
 TEST_F(PeerMessages, WatchEndsWithTheServer)
@@ -192,6 +279,7 @@ protected:
         for (std::size_t at = shown.find("glean "); at != shown.npos; at = shown.find("glean ", at + 1))
             ++seen;
         EXPECT_EQ(seen, told) << shown;
+        EXPECT_EQ(status("gleans"), std::to_string(told));
     }
 };
 
