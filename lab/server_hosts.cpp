@@ -43,7 +43,7 @@ void Server::take_verify_request(const ipc_message *msg, const VerifyRequest &re
             saps.push_back(sap);
             names += (names.empty() ? "" : ",") + other.name;
         }
-    verifications_.ask({request.host, request.vrf, client->name, names, {}, {}});
+    verifications_.ask({request.host, request.vrf, client->name, names, false, {}, {}});
     for (const std::uint32_t sap : saps)
         have_checked(*clients_.find(sap), request.host);
 }
@@ -71,7 +71,7 @@ bool Server::verify_host(std::string_view client, std::string_view host, std::st
         text = "no client \"" + std::string(client) + "\" is registered for type 12";
         return false;
     }
-    verifications_.ask({host_text(*address), {}, the_operator, known->name, {}, {}});
+    verifications_.ask({host_text(*address), {}, the_operator, known->name, false, {}, {}});
     text = "asked " + known->name + " to verify " + host_text(*address);
     have_checked(*known, host_text(*address));
     return true;

@@ -105,16 +105,21 @@ Reply list_profiles(const Call &call)
 Reply list_hosts(const Call &call)
 {
     const auto or_dash = [](const std::string &text) { return text.empty() ? "-" : text; };
-    Table table(
-        "hosts",
-        {{"Host", 24}, {"VRF", 12}, {"Wanted by", 14}, {"Found by", 14}, {"Place", 32}, {"Asked", 0}});
+    Table table("hosts", {{"Host", 24},
+                          {"VRF", 12},
+                          {"Wanted by", 14},
+                          {"Answered", 8},
+                          {"Found by", 14},
+                          {"Place", 32},
+                          {"Asked", 0}});
     for (const Verification &row : server_of(call).verifications().all())
-        table.add({row.host, or_dash(row.vrf), or_dash(row.wanted_by), or_dash(row.found_by),
-                   or_dash(row.place), or_dash(row.asked)},
+        table.add({row.host, or_dash(row.vrf), or_dash(row.wanted_by), row.answered ? "yes" : "no",
+                   or_dash(row.found_by), or_dash(row.place), or_dash(row.asked)},
                   {{"host", row.host},
                    {"vrf", row.vrf},
                    {"wanted_by", row.wanted_by},
                    {"asked", row.asked},
+                   {"answered", row.answered},
                    {"found_by", row.found_by},
                    {"place", row.place}});
     return table.reply();

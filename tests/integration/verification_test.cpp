@@ -3,6 +3,8 @@
 #include "real_lab.h"
 #include "verifications.h"
 
+#include <sstream>
+
 namespace
 {
 
@@ -18,17 +20,18 @@ protected:
         ask("wait found " + std::to_string(results));
         EXPECT_EQ(status("hosts found"), std::to_string(results));
     }
-    // The line of `list hosts` about a host, without its padding.
+    // The line of `list hosts` that begins with these words, without its padding.
     std::string row_of(const std::string &host) const
     {
-        const std::string list = ask("list hosts");
-        const std::size_t at = list.find("\n" + host + " ");
-        if (at == list.npos)
-            return "(no " + host + ")";
-        std::string row;
-        for (const std::string &word : words_of(list.substr(at + 1, list.find('\n', at + 1) - at - 1)))
-            row += (row.empty() ? "" : " ") + word;
-        return row;
+        std::istringstream list(ask("list hosts"));
+        for (std::string line; std::getline(list, line);) {
+            std::string row;
+            for (const std::string &word : words_of(line))
+                row += word + " ";
+            if (row.starts_with(host + " "))
+                return row.substr(0, row.size() - 1);
+        }
+        return "(no " + host + ")";
     }
 };
 
@@ -44,17 +47,17 @@ struct Probe {
 const Probe probes[] = {
     {"10.1.2.3", "10.1.2.3 vlan10 vlan=10 iod=44 port=eth1/5 port_iod=45",
      "check of 10.1.2.3 (reference 0): No Error: Other\n  it answers on vlan10; told the server\n",
-     "ARP verified 10.1.2.3 on vlan10, VLAN 10, port eth1/5", "10.1.2.3 - the operator arp vlan10, VLAN 10, port eth1/5 arp"},
+     "ARP verified 10.1.2.3 on vlan10, VLAN 10, port eth1/5", "10.1.2.3 - the operator yes arp vlan10, VLAN 10, port eth1/5 arp"},
     {"10.1.2.4", "10.1.2.4 vlan11",
      "check of 10.1.2.4 (reference 0): No Error: Other\n  it answers on vlan11; told the server\n",
-     "ARP verified 10.1.2.4 on vlan11", "10.1.2.4 - the operator arp vlan11 arp"},
+     "ARP verified 10.1.2.4 on vlan11", "10.1.2.4 - the operator yes arp vlan11 arp"},
     {"2001:db8::7", "2001:db8::7 vlan10 iod=44",
      "check of 2001:db8::7 (reference 0): No Error: Other\n  it answers on vlan10; told the server\n",
-     "ND verified 2001:db8::7 on iod 44", "2001:db8::7 - the operator arp iod 44 arp"},
+     "ND verified 2001:db8::7 on iod 44", "2001:db8::7 - the operator yes arp iod 44 arp"},
     {"10.1.2.9", nullptr,
-     "check of 10.1.2.9 (reference 0): No Error: Other\n  it does not answer\n", nullptr, "10.1.2.9 - the operator - - arp"},
+     "check of 10.1.2.9 (reference 0): No Error: Other\n  it does not answer\n", nullptr, "10.1.2.9 - the operator no - - arp"},
     {"2001:db8::9", nullptr,
-     "check of 2001:db8::9 (reference 0): No Error: Other\n  it does not answer\n", nullptr, "2001:db8::9 - the operator - - arp"},
+     "check of 2001:db8::9 (reference 0): No Error: Other\n  it does not answer\n", nullptr, "2001:db8::9 - the operator no - - arp"},
 };
 // clang-format on
 
@@ -94,7 +97,7 @@ TEST_F(Verification, WhatOneClientWantsToKnowTheOthersAreAsked)
     EXPECT_TRUE(arp.says("it answers on vlan10; told the server"));
     EXPECT_TRUE(nd.says("check of 10.1.2.3 (reference 0): No Error: Other\n  it does not answer\n"));
     all_found(2);
-    EXPECT_EQ(row_of("10.1.2.3"), "10.1.2.3 red bgp arp vlan10, VLAN 10 arp,nd");
+    EXPECT_EQ(row_of("10.1.2.3"), "10.1.2.3 red bgp yes arp vlan10, VLAN 10 arp,nd");
     EXPECT_EQ(bgp.output().find("check this"), std::string::npos) << "it asked because it does not know";
     EXPECT_EQ(status("handled", "modes"), "0");
 
@@ -102,7 +105,26 @@ TEST_F(Verification, WhatOneClientWantsToKnowTheOthersAreAsked)
     ask("-c bgp verify red 10.1.2.3");
     EXPECT_TRUE(arp.says("it does not answer")) << "the host has gone";
     all_found(3);
-    EXPECT_EQ(row_of("10.1.2.3"), "10.1.2.3 red bgp - - arp,nd") << "what was found before is no answer";
+    EXPECT_EQ(row_of("10.1.2.3"), "10.1.2.3 red bgp no arp vlan10, VLAN 10 arp,nd")
+        << "where it was found before, which is no answer";
+}
+
+TEST_F(Verification, AHostOfTwoVrfsIsTwoHostsAndAResultNamesNoVrf)
+{
+    serve();
+    Process &arp = client("arp");
+    client("bgp", "9");
+    ask("-c bgp verify red 10.1.2.3");
+    ask("-c bgp verify guest 10.1.2.3");
+    EXPECT_TRUE(arp.says(
+        "it does not answer\ncheck this: check of 10.1.2.3 (reference 0): No Error: Other\n  it does"));
+    EXPECT_EQ(row_of("10.1.2.3 red"), "10.1.2.3 red bgp no - - arp");
+    EXPECT_EQ(row_of("10.1.2.3 guest"), "10.1.2.3 guest bgp no - - arp");
+    ask("-c arp report 10.1.2.3 vlan10");
+    all_found(2);
+    EXPECT_EQ(row_of("10.1.2.3 red"), "10.1.2.3 red bgp yes arp vlan10 arp");
+    EXPECT_EQ(row_of("10.1.2.3 guest"), "10.1.2.3 guest bgp yes arp vlan10 arp");
+    EXPECT_EQ(lines_in(ask("list hosts")), 4u) << "the two, and the one that all_found() reports";
 }
 
 TEST_F(Verification, NobodyCanBeAskedForAnIpv6HostOfAnotherClient)
@@ -142,7 +164,7 @@ TEST_F(Verification, AReportThatNobodyAskedForIsKeptToo)
     EXPECT_EQ(lines_in(ask("list hosts")), 1u);
     ask("-c arp report 10.1.2.3 vlan10");
     ask("wait found 1");
-    EXPECT_EQ(row_of("10.1.2.3"), "10.1.2.3 - - arp vlan10 -");
+    EXPECT_EQ(row_of("10.1.2.3"), "10.1.2.3 - - yes arp vlan10 -");
 }
 
 TEST_F(Verification, TheHostsThatAnswerAClientAreItsOperatorsWord)
@@ -160,21 +182,67 @@ TEST_F(Verification, TheHostsThatAnswerAClientAreItsOperatorsWord)
     EXPECT_EQ(lines_in(ask("-c arp list hosts")), 2u);
 }
 
-TEST_F(Verification, TheServerKeepsTheLatestHosts)
+// ---- In one process --------------------------------------------------------------------------------------
+
+void ask_for(kov_lab::Verifications &hosts, const std::string &host, const std::string &vrf = "red")
+{
+    hosts.ask({host, vrf, "bgp", "arp", false, {}, {}});
+}
+
+TEST(Verifications, AreThoseOfTheLatestHostsThatWereWantedOrFound)
 {
     kov_lab::Verifications hosts;
     for (int i = 0; i < 1025; ++i)
-        hosts.ask({"host " + std::to_string(i), "red", "bgp", "arp", {}, {}});
+        ask_for(hosts, "host " + std::to_string(i));
     EXPECT_EQ(hosts.all().size(), 1024u);
-    EXPECT_EQ(hosts.all().front().host, "host 1");
-    hosts.found("host 1", "vlan10", "arp");
-    hosts.ask({"host 1", "red", "bgp", "arp", {}, {}});
-    EXPECT_EQ(hosts.all().front().place, "") << "asked anew";
-    hosts.found("host 0", "vlan10", "arp");
+    EXPECT_EQ(hosts.all().front().host, "host 1") << "host 0 was the oldest";
+    ask_for(hosts, "host 1");
     EXPECT_EQ(hosts.all().front().host, "host 2");
-    EXPECT_EQ(hosts.all().back().found_by, "arp");
+    EXPECT_EQ(hosts.all().back().host, "host 1") << "asked anew";
+    hosts.found("host 2", "vlan10", "arp");
+    EXPECT_EQ(hosts.all().front().host, "host 3");
+    EXPECT_EQ(hosts.all().back().host, "host 2");
+    hosts.found("host 0", "vlan11", "nd");
+    EXPECT_EQ(hosts.all().size(), 1024u);
+    EXPECT_EQ(hosts.all().front().host, "host 4") << "host 3 made room";
+    EXPECT_EQ(hosts.all().back().host, "host 0");
+    EXPECT_EQ(hosts.all().back().found_by, "nd");
     EXPECT_EQ(hosts.asked(), 1026u);
     EXPECT_EQ(hosts.found(), 2u);
+}
+
+TEST(Verifications, KeepWhatWasFoundAndWhetherItAnswersTheLatestWish)
+{
+    kov_lab::Verifications hosts;
+    ask_for(hosts, "h");
+    EXPECT_FALSE(hosts.all().back().answered);
+    hosts.found("h", "vlan10", "arp");
+    EXPECT_TRUE(hosts.all().back().answered);
+    ask_for(hosts, "h");
+    ASSERT_EQ(hosts.all().size(), 1u);
+    EXPECT_FALSE(hosts.all().back().answered);
+    EXPECT_EQ(hosts.all().back().place, "vlan10");
+    EXPECT_EQ(hosts.all().back().found_by, "arp");
+    hosts.found("h", "vlan12", "nd");
+    EXPECT_TRUE(hosts.all().back().answered);
+    EXPECT_EQ(hosts.all().back().place, "vlan12");
+    EXPECT_EQ(hosts.all().back().found_by, "nd");
+}
+
+TEST(Verifications, OfAHostInTwoVrfsMoveTogetherWhenItIsFound)
+{
+    kov_lab::Verifications hosts;
+    ask_for(hosts, "h", "red");
+    ask_for(hosts, "i", "red");
+    ask_for(hosts, "h", "guest");
+    hosts.found("h", "vlan10", "arp");
+    ASSERT_EQ(hosts.all().size(), 3u);
+    EXPECT_EQ(hosts.all()[0].host, "i");
+    EXPECT_FALSE(hosts.all()[0].answered);
+    EXPECT_EQ(hosts.all()[1].vrf, "red");
+    EXPECT_EQ(hosts.all()[2].vrf, "guest");
+    EXPECT_EQ(hosts.all()[1].place, "vlan10");
+    EXPECT_EQ(hosts.all()[2].place, "vlan10");
 }
 
 } // namespace
