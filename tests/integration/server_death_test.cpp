@@ -1,5 +1,9 @@
 // The server dies and returns; a client process lives through it.
+#include "profile_messages.h"
 #include "real_lab.h"
+
+#include <kov/platform/ipc.h>
+#include <kov_host.h>
 
 #include <csignal>
 #include <random>
@@ -100,6 +104,26 @@ TEST_F(ServerDeath, WhatADeadClientDidNotReadIsCountedByTheServerAndToldOnItsTer
     EXPECT_EQ(status("messages unread"), "3");
     EXPECT_EQ(status("messages lost"), "1");
     EXPECT_EQ(terminal->stop().status, 0);
+}
+
+// What stood in the client's socket when the server died: a tool plays the part of that.
+TEST_F(ServerDeath, AClientThatFindsAHostMeanwhileSaysThatTheServerCannotBeTold)
+{
+    Process &server = serve();
+    Process &arp = client("arp");
+    ask("-c arp set host 10.1.2.3 vlan10");
+    kill(server);
+    EXPECT_TRUE(arp.says("the server is gone"));
+    kov_profile_reply reply{};
+    reply.code = kov_lab::code_check;
+    const auto check = kov_lab::profile_message(kov_lab::host_key("10.1.2.3", KOV_PROFILE_OP_CHECK), reply);
+    ASSERT_EQ(kov_host_attach_tool(runtime().c_str()), 0) << kov_host_error();
+    EXPECT_EQ(ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, 2000, KOV_OPC_CLIENT, check.data(),
+                       static_cast<std::uint32_t>(check.size()), 0, 0, 0),
+              0);
+    kov_host_detach();
+    EXPECT_TRUE(arp.says("it answers on vlan10; the server cannot be told\n")) << arp.output();
+    EXPECT_EQ(status("messages not sent", "arp"), "1");
 }
 
 // Killed while it changes, commits, tells and starts, at points that no test could name.
