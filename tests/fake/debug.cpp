@@ -125,7 +125,7 @@ int cli_get_string(void *cli, const char *field, const char **out)
     const auto at = fields.find(field);
     if (enter(Call::cli_get_string) || at == fields.end())
         return ENOENT;
-    *out = at->second.c_str();
+    *out = at->second ? at->second->c_str() : nullptr;
     return 0;
 }
 

@@ -173,7 +173,8 @@ public:
 class Cli
 {
 public:
-    std::map<std::string, std::string> fields; // "_CLI_TTY_NAME_FIELD" is here after a reset: "console0"
+    // "_CLI_TTY_NAME_FIELD" is here after a reset: "console0". Unset: the field is there and yields null.
+    std::map<std::string, std::optional<std::string>> fields;
     std::set<std::string> words;
     std::string output;
     std::vector<std::string> prints; // the same, print by print
@@ -243,6 +244,7 @@ struct Routes {
 struct Card {
     std::optional<uint16_t> type = 0;         // the card type code; unset: the card cannot be read
     std::function<void(uint32_t *)> provider; // set: what dlsym finds as "kov_pd_get_platform_cap"
+    Bytes given;                              // the block of the last reading, as it was before
 };
 
 // --------------------------------------------------------------------------------- containers and codec

@@ -76,10 +76,12 @@ const char *syserr2str(int status)
 
 int get_card_module_info(void *info6)
 {
-    const auto &type = platform().card.type;
-    if (enter(Call::get_card_module_info) || !type)
+    Card &card = platform().card;
+    auto *const block = static_cast<uint8_t *>(info6);
+    card.given.assign(block, block + 6);
+    if (enter(Call::get_card_module_info) || !card.type)
         return EIO;
-    std::memcpy(static_cast<uint8_t *>(info6) + 2, &*type, sizeof *type);
+    std::memcpy(block + 2, &*card.type, sizeof *card.type);
     return 0;
 }
 

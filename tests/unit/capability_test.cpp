@@ -120,6 +120,16 @@ TEST_F(Capability, ACardThatCannotBeReadIsOneThatSupportsBoth)
     expect_capability(3);
 }
 
+TEST_F(Capability, TheCardIsAskedWithAClearedBlock)
+{
+    for (const uint16_t card : {both, autoconfig_only}) {
+        platform.card.type = card;
+        platform.card.given.clear();
+        kov_is_platform_p42();
+        EXPECT_EQ(platform.card.given, fake::Bytes(6));
+    }
+}
+
 TEST_F(Capability, NothingIsRememberedFromOneTestToTheNext)
 {
     platform.card.type = both;

@@ -46,6 +46,7 @@ TEST_F(DebugSwitches, AContextWithoutATerminalNameChangesNothing)
     const auto damages = {
         +[](fake::Platform &p) { p.cli.fields.erase(tty_field); },
         +[](fake::Platform &p) { p.cli.fields[tty_field] = ""; },
+        +[](fake::Platform &p) { p.cli.fields[tty_field] = std::nullopt; },
     };
     for (const auto damage : damages) {
         damage(platform);
