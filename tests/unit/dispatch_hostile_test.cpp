@@ -1,110 +1,14 @@
 // Nothing that a message says is believed: messages cut short, counts and lengths that lie, contents that
 // name nothing. A refused message changes nothing at all; one that has to be taken brings nothing into a
 // cache that is not in the database.
-#include "dispatch_lab.h"
-#include "samples.h"
-
-#include "cache/vrf.h"
+#include "hostile_lab.h"
 
 namespace
 {
 
 using fake::Bytes;
 
-constexpr uint8_t junk = 0xEE; // names no interface, bridge domain or VRF that there is
-
 std::string name_of_type(unsigned mtype) { return "type " + std::to_string(mtype); }
-
-class HostileMessage : public DispatchLab
-{
-protected:
-    // A client with a filled cache of every type.
-    HostileMessage()
-    {
-        platform.interfaces.add_vlan(10, "vlan10");
-        platform.interfaces.add_port(50, 0, 4, "eth1/5");
-        kov_rdb_l2rib_topo_info_t topology = {};
-        topology.bd = 10;
-        topology.suppress_arp_l3_svi = 10;
-        kov_rdb_aggr_sub_pfx_t prefix = {};
-        prefix.prefix[0] = 10;
-        prefix.prefix[4] = 8;
-        publish(general_info(1));
-        publish(svi_in_mode(10, KOV_FWD_MODE_ANYCAST_GATEWAY));
-        publish(topology);
-        publish(1, kov_rdb_port_tracking_t{.num_bits = 256, .port_bits = {0x10}});
-        publish(1, kov_rdb_port_l2dci_t{.num_bits = 256, .port_bits = {0x10}});
-        publish("red", 0, prefix);
-        register_for_everything();
-        for (uint32_t type = KOV_RDB_GENINFO; type <= KOV_RDB_L2RIB_TOPO_INFO; ++type)
-            EXPECT_EQ(counters(type).allocs, counters(type).cached) << "one record in every cache";
-        EXPECT_EQ(counters(KOV_RDB_SVIINFO).cached, 1u);
-    }
-
-    static std::vector<uint16_t> types_with_records()
-    {
-        std::vector<uint16_t> types;
-        for (uint16_t mtype = 0; mtype < KOV_MTYPE_END; ++mtype)
-            if (kov_get_clients_msg_data_sz(mtype) != 0)
-                types.push_back(mtype);
-        return types;
-    }
-
-    // A message whose header is in order, with junk for records.
-    static Bytes filled(uint16_t mtype, uint32_t count, uint32_t length, std::size_t size,
-                        uint8_t fill = junk)
-    {
-        return raw(mtype, count, length, size, 53, fill);
-    }
-    static Bytes whole(uint16_t mtype, uint32_t count, uint8_t fill = junk)
-    {
-        const uint32_t length = 161 + kov_get_clients_msg_data_sz(mtype) * count;
-        return filled(mtype, count, length, length, fill);
-    }
-
-    // What the caches hold: blocks and bytes of every type, the VRF contexts, and red's references.
-    static std::vector<uint32_t> holdings()
-    {
-        std::vector<uint32_t> all = {kov_api.vrf_count, kov_api.vrf_bytes,
-                                     kov_vrf_ctx_lookup("red")->refcount};
-        for (const kov_cache_desc &desc : kov_api.cache)
-            all.insert(all.end(), {desc.cached, desc.allocs, desc.bytes});
-        return all;
-    }
-
-    static std::map<uint32_t, Counters> all_counters()
-    {
-        std::map<uint32_t, Counters> all;
-        for (uint32_t type = KOV_RDB_GENINFO; type <= KOV_RDB_L2RIB_TOPO_INFO; ++type)
-            all[type] = counters(type);
-        return all;
-    }
-    // One prefix more was read again from the database, and the refresh has ended.
-    static std::map<uint32_t, Counters> after_a_refresh_of_a_prefix()
-    {
-        std::map<uint32_t, Counters> expected = all_counters();
-        expected[KOV_RDB_AGGR_SUB_PFX].rdb_hits += 1;
-        expected[KOV_RDB_AGGR_SUB_PFX].update_hits += 1;
-        expected[KOV_RDB_AGGR_SUB_PFX].updating = 0;
-        return expected;
-    }
-    // 33, 34, 35, 36, a length, and nothing but 'n', as an IPv6 prefix.
-    static std::string ipv6_of_ns(uint8_t length)
-    {
-        char text[64];
-        std::snprintf(text, sizeof text, "2122:2324:%x:6e6e:6e6e:6e6e:6e6e:6e6e/%u", length << 8 | 'n',
-                      unsigned{length});
-        return text;
-    }
-    static std::string prefix_filled(const std::string &vrf, const std::string &prefix)
-    {
-        return "KOV RDB " + vrf + " " + prefix + " Aggregate-subnet-pfx is cached/Updated";
-    }
-};
-
-const char *const reads_prefix = "Doing RDB based lookup for 4";
-const char *const prefix_updated = "KOV RDB Aggregate-subnet-pfx info is cached/updated";
-const char *const no_profile = "Not KOV_MTYPE_PROFILE_MGMT message";
 
 // -------------------------------------------------------------------------------------------- cut short
 
@@ -327,99 +231,6 @@ TEST_F(HostileMessage, RecordsOfAnyJunkBringNothingIntoACache)
                 expect_accepted(whole(mtype, count, fill));
                 EXPECT_EQ(holdings(), before) << mtype << " of " << unsigned{fill};
             }
-}
-
-struct PrefixCase {
-    uint32_t family;
-    bool swapped;
-    const char *address; // as the refresh reads the family's first byte; behind an IPv6 one stand 'n's
-};
-
-// Of an aggregate prefix the dispatcher believes the family word only, and that only to be 0 or not; the
-// refresh believes its first byte.
-TEST_F(HostileMessage, APrefixIsHandedOverAsItCameButForAnIpv4Address)
-{
-    const PrefixCase cases[] = {
-        {0, true, "33.34.35.36"},           {1, false, nullptr},
-        {2, false, "36.35.34.33"},          {0x100, false, "36.35.34.33"},
-        {0x01000000, false, "36.35.34.33"}, {two_31, false, "36.35.34.33"},
-        {most, false, "36.35.34.33"},
-    };
-    const std::vector<uint32_t> before = holdings();
-    debug_on();
-    for (const PrefixCase &c : cases)
-        for (const uint8_t length : Bytes{0, 32, 33, 128, 129, 255}) {
-            SCOPED_TRACE(testing::Message() << c.family << ", " << unsigned{length});
-            Bytes record(61, 'n'); // a name without an end
-            std::memcpy(&record[53], &c.family, sizeof c.family);
-            for (const std::size_t at : {33, 34, 35, 36})
-                record[at] = static_cast<uint8_t>(at);
-            record[37] = record[49] = length; // where the lengths of either family are
-            Bytes message = filled(8, 1, 161 + 61, 161);
-            message.insert(message.end(), record.begin(), record.end());
-            const std::map<uint32_t, Counters> expected = after_a_refresh_of_a_prefix();
-            clear_traces();
-            expect_accepted(message);
-            expect_traces(
-                {received_type(8), reads_prefix, prefix_updated,
-                 prefix_filled(std::string(32, 'n'),
-                               c.address ? c.address + ("/" + std::to_string(length)) : ipv6_of_ns(length)),
-                 no_profile});
-            expect_all_counters(expected);
-            if (c.swapped)
-                std::reverse(&record[33], &record[37]);
-            EXPECT_EQ(Bytes(received.back().bytes.begin() + 161, received.back().bytes.end()), record);
-            EXPECT_EQ(holdings(), before);
-        }
-}
-
-struct RefusedPrefix {
-    uint8_t family;
-    std::size_t length_at;
-    uint8_t length;
-    const char *text;
-};
-
-// Even when the database has it: the context of its VRF is made, and stays without a prefix or a reference.
-TEST_F(HostileMessage, APrefixThatNoTreeTakesIsNotCachedThoughItIsInTheDatabase)
-{
-    const RefusedPrefix cases[] = {
-        {0, 4, 33, "10.0.0.0/33"}, {0, 4, 128, "10.0.0.0/128"}, {0, 4, 255, "10.0.0.0/255"},
-        {1, 16, 129, "0:a::/129"}, {1, 16, 255, "0:a::/255"},   {2, 4, 8, "10.0.0.0/8"},
-        {255, 4, 8, "10.0.0.0/8"},
-    };
-    const std::vector<uint32_t> before = holdings();
-    kov_aggr_sub_pfx_update named = {};
-    std::memcpy(named.vrf_name, "blue", 5);
-    debug_on();
-    for (const RefusedPrefix &c : cases) {
-        SCOPED_TRACE(c.text);
-        kov_rdb_aggr_sub_pfx_t record = {};
-        record.prefix[3] = 10;
-        record.prefix[c.length_at] = c.length;
-        publish("blue", c.family, record);
-        std::memcpy(named.prefix, record.prefix, sizeof named.prefix);
-        named.family = c.family;
-        const std::map<uint32_t, Counters> expected = after_a_refresh_of_a_prefix();
-        clear_traces();
-        expect_accepted(message(8, named));
-        expect_traces({received_type(8), reads_prefix, "VRF context blue is added in cache",
-                       prefix_filled("blue", c.text), no_profile});
-        expect_all_counters(expected);
-        ASSERT_NE(kov_vrf_ctx_lookup("blue"), nullptr);
-        EXPECT_EQ(kov_vrf_ctx_lookup("blue")->refcount, 0u);
-        EXPECT_EQ(kov_api_delete_vrf_ctx("blue", nullptr), 1u);
-        EXPECT_EQ(holdings(), before);
-    }
-    named.prefix[4] = 32;
-    named.family = 0;
-    kov_rdb_aggr_sub_pfx_t good = {};
-    std::memcpy(good.prefix, named.prefix, sizeof good.prefix);
-    publish("blue", 0, good);
-    const uint32_t cached = counters(KOV_RDB_AGGR_SUB_PFX).allocs;
-    expect_accepted(message(8, named));
-    EXPECT_EQ(counters(KOV_RDB_AGGR_SUB_PFX).allocs, cached + 1);
-    EXPECT_EQ(kov_vrf_ctx_lookup("blue")->refcount, 1u);
 }
 
 TEST_F(HostileMessage, AfterAllOfThemAGoodOneIsStillApplied)
