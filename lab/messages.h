@@ -60,6 +60,14 @@ Record record_at(const std::uint8_t *at)
     return record;
 }
 
+// A record behind those that are there.
+template <typename Record>
+void append(Bytes &records, const Record &record)
+{
+    const auto *from = reinterpret_cast<const std::uint8_t *>(&record);
+    records.insert(records.end(), from, from + sizeof record);
+}
+
 // Text from a peer: up to the first NUL, with every byte that is no printable character as "?".
 std::string printable(const void *at, std::size_t width);
 

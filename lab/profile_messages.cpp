@@ -18,13 +18,6 @@ constexpr std::size_t key_at_in_request = sizeof(kov_profile_request);
 constexpr std::size_t key_at_in_message = sizeof(kov_client_msg);
 constexpr std::size_t reply_at = key_at_in_message + sizeof(kov_uhost_key_t);
 
-template <typename Record>
-void append(Bytes &bytes, const Record &record)
-{
-    const auto *from = reinterpret_cast<const std::uint8_t *>(&record);
-    bytes.insert(bytes.end(), from, from + sizeof record);
-}
-
 std::string subject(const kov_uhost_key_t &key)
 {
     return operation_text(key.op) + " of " + host_name(key) + " (reference " + std::to_string(key.host_ref) +
