@@ -102,6 +102,14 @@ bool Server::believable(const ipc_message *msg, const kov_registration_request &
     return lie.empty();
 }
 
+bool Server::is_from(const Client &client, const ipc_message *msg)
+{
+    if (client.pid == kov_host_message_pid(msg))
+        return true;
+    refuse(msg, "the client at its SAP is process " + std::to_string(client.pid));
+    return false;
+}
+
 void Server::take_registration(const ipc_message *msg, const kov_registration_request &request)
 {
     if (!believable(msg, request))
@@ -124,9 +132,7 @@ void Server::take_deregistration(const ipc_message *msg, const kov_registration_
     const Client *client = clients_.find(kov_host_message_sap(msg));
     if (client == nullptr)
         log_frame(sap_text(kov_host_message_sap(msg)) + " was not registered");
-    else if (client->pid != kov_host_message_pid(msg))
-        refuse(msg, "the client at its SAP is process " + std::to_string(client->pid));
-    else
+    else if (is_from(*client, msg))
         clients_.remove(client->sap);
 }
 

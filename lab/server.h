@@ -100,6 +100,8 @@ private:
     std::string sender_of(const ipc_message *msg) const;
     void refuse(const ipc_message *msg, const std::string &why);
     bool believable(const ipc_message *msg, const kov_registration_request &request);
+    // A frame under a client's SAP may come from another process. It is refused here.
+    bool is_from(const Client &client, const ipc_message *msg);
     // "; told 2 clients by type 9"
     std::string announce(const std::vector<Notice> &notices);
     // Publishes, tells, and adds to `text` who was told; or has why not in `text`.

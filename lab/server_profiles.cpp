@@ -96,7 +96,7 @@ void Server::take_profile_request(const ipc_message *msg, std::span<const std::u
         refuse(msg, why);
     else if (!is_operation(key->op))
         refuse(msg, operation_text(key->op) + " is none of profiles");
-    else
+    else if (is_from(*client, msg))
         answer_request(*client, *key);
 }
 

@@ -2,9 +2,6 @@
 #include "messages.h"
 #include "real_lab.h"
 
-#include <kov/platform/ipc.h>
-#include <kov_host.h>
-
 #include <csignal>
 #include <cstring>
 #include <sys/stat.h>
@@ -406,128 +403,6 @@ TEST_F(HostileServer, ThatInjectsAGoodMessageIsBelieved)
     const Hostile good{"", 165, 53, 9, 1, 165, "0x3D400"};
     EXPECT_EQ(ask("inject arp " + bytes_of(good)), "sent 165 bytes to SAP 2000\n");
     handled("arp", 1);
-}
-
-// ---- Hostile clients ------------------------------------------------------------------------------------
-
-class HostileClient : public RealLab
-{
-protected:
-    ~HostileClient() override { kov_host_detach(); }
-
-    void attach()
-    {
-        ASSERT_EQ(kov_host_attach_tool(runtime().c_str()), 0) << kov_host_error();
-        request_.major = KOV_MSG_MAJOR;
-        request_.mtype = KOV_MTYPE_REGISTER;
-        request_.pid = static_cast<std::uint32_t>(getpid());
-        request_.sap = ipc_sap_get(kov_host_ipc_handle());
-        request_.mtype_mask = 1u << 9;
-        std::strcpy(request_.client_name, "honest");
-    }
-    void send() { send(&request_, sizeof request_); }
-    void send(const void *bytes, std::size_t size, std::uint32_t opcode = KOV_OPC_CLIENT)
-    {
-        ASSERT_EQ(ipc_send(kov_host_ipc_handle(), KOV_SERVER_NODE, KOV_SERVER_SAP, opcode, bytes,
-                           static_cast<std::uint32_t>(size), 0, 0, 0),
-                  0);
-    }
-
-    kov_registration_request request_{};
-};
-
-TEST_F(HostileClient, ThatClaimsToBeAnotherProcessIsRefused)
-{
-    Process &server = serve();
-    attach();
-    request_.pid = 1;
-    send();
-    EXPECT_TRUE(server.says("it claims to be process 1\n"));
-    EXPECT_EQ(status("clients"), "0");
-    request_.pid = static_cast<std::uint32_t>(getpid());
-    request_.sap = 1248;
-    send();
-    EXPECT_TRUE(server.says("it claims to listen at SAP 1248\n"));
-    request_.sap = ipc_sap_get(kov_host_ipc_handle());
-    request_.major = 52;
-    send();
-    EXPECT_TRUE(server.says("version 52 is not 53\n"));
-    request_.major = KOV_MSG_MAJOR;
-    request_.mtype = KOV_MTYPE_SVI_FWD_MODE;
-    send();
-    EXPECT_TRUE(server.says("a client does not send type 9\n"));
-    EXPECT_EQ(status("frames refused"), "4");
-    EXPECT_EQ(status("clients"), "0");
-    request_.mtype = KOV_MTYPE_REGISTER;
-    send();
-    ask("wait clients 1");
-}
-
-TEST_F(HostileClient, CannotWithdrawAnotherOne)
-{
-    Process &server = serve();
-    Process &arp = client("arp");
-    attach();
-    request_.mtype = KOV_MTYPE_DEREGISTER;
-    request_.pid = static_cast<std::uint32_t>(arp.pid());
-    request_.sap = 2000;
-    send();
-    EXPECT_TRUE(server.says("it claims to be process"));
-    EXPECT_EQ(status("clients"), "1");
-}
-
-TEST_F(HostileClient, MayWithdrawWithoutHavingRegistered)
-{
-    Process &server = serve(leaf(), {"-v"});
-    attach();
-    request_.mtype = KOV_MTYPE_DEREGISTER;
-    send();
-    EXPECT_TRUE(server.says("was not registered\n"));
-    EXPECT_EQ(status("frames refused"), "0");
-}
-
-TEST_F(HostileClient, MayNotHaveHostsVerifiedWithoutHavingRegistered)
-{
-    Process &server = serve();
-    Process &arp = client("arp");
-    attach();
-    kov_host_verify_msg wanted{};
-    wanted.family = 1;
-    send(&wanted, sizeof wanted, KOV_OPC_HOST_VERIFY);
-    EXPECT_TRUE(server.says("it wants a host to be verified and is not registered\n"));
-    EXPECT_EQ(status("frames refused"), "1");
-    EXPECT_EQ(status("hosts to verify"), "0");
-    EXPECT_EQ(arp.output().find("check this"), std::string::npos);
-    send(&wanted, sizeof wanted - 1, KOV_OPC_HOST_VERIFY);
-    const kov_arp_verified_msg found{};
-    send(&found, sizeof found, KOV_OPC_ARP_VERIFIED); // a report asks for no registration
-    request_.mtype = KOV_MTYPE_REGISTER;
-    send();
-    ask("wait clients 2");
-    ask("wait found 1");
-    EXPECT_NE(ask("list hosts").find("pid " + std::to_string(getpid())), std::string::npos);
-}
-
-TEST_F(HostileClient, ThatSendsRubbishIsLoggedAndDoesNoHarm)
-{
-    Process &server = serve(leaf(), {"-v"});
-    attach();
-    send(nullptr, 0);
-    EXPECT_TRUE(server.says("unknown frame, opcode 0x3D400, 0 bytes\n"));
-    const Bytes rubbish(100000, 0xff);
-    send(rubbish.data(), rubbish.size());
-    EXPECT_TRUE(server.says("unknown frame, opcode 0x3D400, 100000 bytes\n"));
-    send(rubbish.data(), 72, KOV_OPC_GLEAN);
-    EXPECT_TRUE(server.says("unknown frame, opcode 0x3D404, 72 bytes\n"));
-    send(rubbish.data(), 49, KOV_OPC_HOST_VERIFY);
-    EXPECT_TRUE(server.says("it is none of the known frames: opcode 0x3D405, 49 bytes\n"));
-    std::memset(request_.client_name, '\033', sizeof request_.client_name);
-    send();
-    EXPECT_TRUE(server.says("register \"????"));
-    ask("wait clients 1");
-    EXPECT_EQ(status("frames refused"), "4");
-    EXPECT_EQ(status("gleans"), "0");
-    EXPECT_EQ(status("hosts to verify"), "0");
 }
 
 } // namespace
