@@ -35,6 +35,15 @@ Record record_of(const std::string &client, const kov_uhost_key_t &key)
     return record;
 }
 
+// Then the record fits into the structure. The size is believed, the length in the stream is not.
+bool has_no_tail(const void *tlv, std::uint32_t size)
+{
+    std::uint32_t need = 0;
+    return fcodec_table_get_struct_size_from_tlv(&need, tlv, size, &kov_vault_auto_config_host_tbl.head) ==
+               FCODEC_OK &&
+           need == sizeof(Record);
+}
+
 // A database of this process, open for reading as long as the object lives.
 class Reading
 {
@@ -94,12 +103,11 @@ bool Profiles::load(const std::string &path, std::string &why)
     return true;
 }
 
-// A record without a tail, as this server writes them: then it fits into the structure.
+// A record without a tail, as this server writes them.
 bool Profiles::take(std::uint32_t number, const void *tlv, std::uint32_t size)
 {
     Record record{};
-    if (size != kov_ha_auto_config_host_get_tlv_sz(&record) ||
-        kov_vault_auto_config_host_get_struct_sz(tlv) != static_cast<std::int32_t>(sizeof record) ||
+    if (size != kov_ha_auto_config_host_get_tlv_sz(&record) || !has_no_tail(tlv, size) ||
         kov_ha_auto_config_host_to_struct(tlv, size, &record) != 0)
         return false;
     all_[{bounded_text(record.f0, sizeof record.f0), host_of(record.key)}] = {number, record.key};

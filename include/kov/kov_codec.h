@@ -8,19 +8,24 @@
  *
  * With P the prefix and R the record:
  *
- *   int32_t  P_R_to_tlv           (rec, buf, len, opt1, opt2, opt3)   encode into `buf` of `len` bytes
- *   int32_t  P_R_to_struct        (tlv, len, out, flag)               decode
+ *   int      P_R_to_tlv           (rec, buf, len, opt1, opt2, opt3)   encode into `buf` of `len` bytes
+ *   int      P_R_to_struct        (tlv, len, out, flag)               decode
  *   int32_t  P_R_get_struct_sz    (tlv)                               bytes that decoding needs; -1 on error
  *   uint32_t P_R_get_tlv_sz       (rec)                               bytes that encoding writes; 0 on error
- *   int32_t  P_R_field_itr_init   (itr, tlv, len, flags, start)       walk the fields of a stream
- *   int32_t  P_R_field_get_next   (itr, out)                          0, or 2 at the end
- *   int32_t  P_R_get_field        (tlv, len, id, out, inout_len)      one field; room in, size out
+ *   int      P_R_field_itr_init   (itr, tlv, len, flags, start)       walk the fields of a stream
+ *   int      P_R_field_get_next   (itr, out)                          0, or 2 at the end
+ *   int      P_R_get_field        (tlv, len, id, out, inout_len)      one field; room in, size out
  *
  * Where nothing is said they return the codec's code, 0 for good. The first three report an error's code
- * through the platform's fcodec_error_print. Thirteen records have replication forms, without the prefix:
+ * through the platform's fcodec_error_print.
+ *
+ * P_R_get_struct_sz takes no length: it reads as far as the stream claims to reach. Of a stream that may be
+ * damaged ask fcodec_table_get_struct_size_from_tlv, with its length and &P_R_tbl.head.
+ *
+ * Thirteen records have replication forms, without the prefix:
  *
  *   uint32_t kov_ha_R_to_tlv      (rec, buf, len, opt2)               1 good, 0 error: the other way round
- *   int32_t  kov_ha_R_to_struct   (tlv, len, out)                     the codec's code, 0 good
+ *   int      kov_ha_R_to_struct   (tlv, len, out)                     the codec's code, 0 good
  *   uint32_t kov_ha_R_get_tlv_sz  (rec)                               as above
  *
  * The profile options have the same three under the names kov_api_profile_options_struct_to_tlv,

@@ -1,6 +1,9 @@
 // Hosts' profiles that the server keeps: over a restart, until their VLAN goes, and as its file allows.
 #include "profile_lab.h"
 #include "profiles.h"
+#include "store.h"
+
+#include <kov/kov_codec.h>
 
 #include <csignal>
 #include <cstring>
@@ -146,18 +149,50 @@ TEST_F(HostProfileOf, ARecordHoldsEveryByteOfTheRequest)
     EXPECT_EQ(again->find({"arp", "x"}), nullptr);
 }
 
+std::size_t word_at(const Bytes &bytes, std::size_t at)
+{
+    std::uint32_t value = 0;
+    std::memcpy(&value, &bytes.at(at), sizeof value);
+    return value;
+}
+
+void put_word(Bytes &bytes, std::size_t at, std::size_t word)
+{
+    const auto value = static_cast<std::uint32_t>(word);
+    std::memcpy(&bytes.at(at), &value, sizeof value);
+}
+
+// A host's stream as the server writes it, but that its last field claims to be so long that one more stands
+// where nobody can read.
+Bytes host_that_claims_more()
+{
+    constexpr std::size_t claimed = 8u << 20;
+    const kov_vault_auto_config_host_val_t record{};
+    Bytes tlv = encode(record, kov_ha_auto_config_host_get_tlv_sz, kov_ha_auto_config_host_to_tlv);
+    std::size_t last = 0;
+    for (std::size_t at = 16; at < tlv.size(); at += 8 + word_at(tlv, at + 4))
+        last = at;
+    put_word(tlv, last, 99);
+    put_word(tlv, last + 4, claimed);
+    put_word(tlv, 4, last + 8 + claimed + 8);
+    put_word(tlv, 12, word_at(tlv, 12) + 1);
+    return tlv;
+}
+
 TEST_F(HostProfileOf, AFileWithAnotherRecordIsNotTaken)
 {
     std::string why;
     std::filesystem::create_directory(runtime());
-    {
-        const auto store = kov_host::RdbStore::open(path("run/kov_profile_info"), why);
-        std::uint8_t key[kov_host::rdb_key_size] = {};
-        key[4] = 3;
-        ASSERT_TRUE(store->begin() && store->put(kov_host::RdbKey{key}, key) && store->commit());
+    std::uint8_t key[kov_host::rdb_key_size] = {};
+    key[4] = 3;
+    for (const Bytes &record : {Bytes(key, key + sizeof key), host_that_claims_more()}) {
+        {
+            const auto store = kov_host::RdbStore::open(path("run/kov_profile_info"), why);
+            ASSERT_TRUE(store->begin() && store->put(kov_host::RdbKey{key}, record) && store->commit());
+        }
+        EXPECT_EQ(Profiles::open(runtime(), false, why), nullptr);
+        EXPECT_EQ(why, path("run/kov_profile_info") + ": record 3 is no host's");
     }
-    EXPECT_EQ(Profiles::open(runtime(), false, why), nullptr);
-    EXPECT_EQ(why, path("run/kov_profile_info") + ": record 3 is no host's");
 }
 
 // ---- Hosts whose VLAN or VNI goes ------------------------------------------------------------------------
