@@ -2,6 +2,7 @@
 
 #include "client_commands.h"
 #include "interfaces.h"
+#include "profile_messages.h"
 #include "values.h"
 
 #include <kov_host.h>
@@ -189,7 +190,7 @@ extern "C" int kov_lab_probe(uint32_t key_len, const uint8_t *key_data, kov_host
 {
     try {
         std::string why;
-        const auto host = parse_host({reinterpret_cast<const char *>(key_data), key_len}, why);
+        const auto host = parse_host(host_of(key_data, key_len), why);
         const auto seen = host ? sightings().find(*host) : sightings().end();
         if (seen == sightings().end())
             return 0;

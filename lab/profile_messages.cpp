@@ -92,10 +92,15 @@ kov_uhost_key_t host_key(std::string_view host, kov_profile_op op)
     return key;
 }
 
+std::string_view host_of(const std::uint8_t *key_data, std::uint32_t key_len)
+{
+    const std::size_t size = std::min(std::size_t{key_len}, std::size_t{KOV_UHOST_KEY_DATA_SIZE});
+    return {reinterpret_cast<const char *>(key_data), size};
+}
+
 std::string host_of(const kov_uhost_key_t &key)
 {
-    const std::size_t size = std::min(std::size_t{key.key_len}, sizeof key.uhost_key_data);
-    return {reinterpret_cast<const char *>(key.uhost_key_data), size};
+    return std::string(host_of(key.uhost_key_data, key.key_len));
 }
 
 std::string host_name(const kov_uhost_key_t &key)
@@ -174,10 +179,8 @@ extern "C" const char *kov_lab_profile_text(uint32_t code, uint32_t op, uint32_t
                                             const uint8_t *key_data, const kov_profile_reply *reply)
 {
     static std::string text;
-    const std::size_t size = std::min(std::size_t{key_len}, std::size_t{KOV_UHOST_KEY_DATA_SIZE});
     try {
-        text = kov_lab::callback_text(code, op, host_ref, {reinterpret_cast<const char *>(key_data), size},
-                                      *reply);
+        text = kov_lab::callback_text(code, op, host_ref, kov_lab::host_of(key_data, key_len), *reply);
         return text.c_str();
     } catch (const std::exception &) {
         return "out of memory";

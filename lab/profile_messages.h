@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace kov_lab
 {
@@ -19,7 +20,8 @@ constexpr std::uint32_t code_check = 3;
 
 // The key of a host that the client named with this text.
 kov_uhost_key_t host_key(std::string_view host, kov_profile_op op);
-// Its bytes, and the same as a terminal may show them.
+// Its bytes, of which a key has 45 whatever length a peer says; and the same as a terminal may show them.
+std::string_view host_of(const std::uint8_t *key_data, std::uint32_t key_len);
 std::string host_of(const kov_uhost_key_t &key);
 std::string host_name(const kov_uhost_key_t &key);
 

@@ -70,9 +70,8 @@ std::uint32_t print_profile(std::uint32_t code, std::uint32_t op, std::uint32_t 
                             std::uint32_t key_len, const std::uint8_t *key_data,
                             const kov_profile_reply *reply, const kov_profile_options_t *)
 {
-    const std::string_view host(reinterpret_cast<const char *>(key_data), key_len);
     if (as_json)
-        print_line(one_line(profile_json(code, op, host_ref, host, *reply)));
+        print_line(one_line(profile_json(code, op, host_ref, host_of(key_data, key_len), *reply)));
     else
         print_line("type 12, " + std::string(mtype_name(KOV_MTYPE_PROFILE_MGMT)) + ": " +
                    kov_lab_profile_text(code, op, host_ref, key_len, key_data, reply));

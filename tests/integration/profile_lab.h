@@ -30,4 +30,15 @@ inline kov_uhost_key_t key_with(const std::string &host, const std::vector<const
     return key;
 }
 
+inline std::string hex(const kov_lab::Bytes &bytes, std::size_t from, std::size_t size)
+{
+    std::string text;
+    char digits[3];
+    for (const std::uint8_t byte : std::span(bytes).subspan(from, size)) {
+        std::snprintf(digits, sizeof digits, "%02x", byte);
+        text += digits;
+    }
+    return text;
+}
+
 } // namespace integration

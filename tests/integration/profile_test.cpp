@@ -2,6 +2,7 @@
 #include "profile_lab.h"
 #include "scenario.h"
 
+#include <cstring>
 #include <sstream>
 
 namespace
@@ -202,6 +203,39 @@ TEST_F(HostProfileOf, AClientThatDoesNotWantType12IsNotAnswered)
     EXPECT_EQ(refused.err, "no client \"arp\" is registered for type 12\n");
     EXPECT_EQ(status("handled", "arp"), "0");
     EXPECT_EQ(terminal->stop().status, 0);
+}
+
+// The library hands a key's length on as it came. The key has 45 bytes all the same.
+TEST_F(HostProfileOf, AKeyThatClaimsToBeLongerThan45BytesIsToldAndProbedByThose)
+{
+    const std::string host = "0000:0000:0000:0000:0000:ffff:255.255.255.255";
+    kov_uhost_key_t key = host_key(host, KOV_PROFILE_OP_CHECK);
+    ASSERT_EQ(key.key_len, 45u);
+    key.key_len = 200;
+    std::memset(&key.options, 'x', sizeof key.options);
+    kov_profile_reply reply{};
+    reply.code = code_check;
+    const std::string message = hex(profile_message(key, reply), 0, 5555);
+
+    serve();
+    Process &arp = client("arp");
+    ask("-c arp set host " + host + " vlan10");
+    ask("inject arp " + message);
+    EXPECT_TRUE(
+        arp.says("check this: check of " + host + " (reference 0): No Error: Other\n  it answers on "));
+    ask("wait found 1");
+
+    const auto text = start("kovctl", {"watch", "--types", "12", "--count", "1"});
+    ASSERT_TRUE(text->says("watching; Ctrl-C ends\n"));
+    ask("inject 2001 " + message);
+    EXPECT_TRUE(
+        text->says("\ntype 12, profile message: check of " + host + " (reference 0): No Error: Other\n"));
+    EXPECT_EQ(text->finish().status, 0);
+    const auto json = start("kovctl", {"watch", "--types", "12", "--count", "1", "--json"});
+    ASSERT_TRUE(json->says("watching; Ctrl-C ends\n"));
+    ask("inject 2001 " + message);
+    EXPECT_TRUE(json->says("\"host\":\"" + host + "\"")) << json->output();
+    EXPECT_EQ(json->finish().status, 0);
 }
 
 struct Wrong {
