@@ -15,6 +15,7 @@ namespace
 {
 
 constexpr std::size_t key_at_in_request = sizeof(kov_profile_request);
+constexpr std::size_t trailer_size = 4; // zero bytes behind a request's key
 constexpr std::size_t key_at_in_message = sizeof(kov_client_msg);
 constexpr std::size_t reply_at = key_at_in_message + sizeof(kov_uhost_key_t);
 
@@ -134,7 +135,7 @@ std::optional<kov_uhost_key_t> host_key_of(std::span<const std::uint8_t> payload
     const auto request = record_at<kov_profile_request>(payload.data());
     why = "its profile request has no host's key";
     if (request.key_count != 1 || request.key_len != sizeof(kov_uhost_key_t) ||
-        payload.size() < key_at_in_request + sizeof(kov_uhost_key_t))
+        payload.size() < key_at_in_request + sizeof(kov_uhost_key_t) + trailer_size)
         return std::nullopt;
     const auto key = record_at<kov_uhost_key_t>(payload.data() + key_at_in_request);
     if (key.key_type != KOV_PROFILE_UHOST_KEY)

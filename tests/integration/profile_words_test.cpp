@@ -120,8 +120,11 @@ TEST(ProfileRequest, IsBelievedOnlyWithAWholeHostsKey)
         EXPECT_FALSE(host_key_of(bad, why)) << row.at;
         EXPECT_EQ(why, row.why);
     }
-    good.resize(172 + 5373);
-    EXPECT_FALSE(host_key_of(good, why)) << "one byte too short";
+    good.resize(176 + 5374 + 204);
+    EXPECT_TRUE(host_key_of(good, why)) << "longer by a key that could not be sent";
+    good.resize(176 + 5373);
+    EXPECT_FALSE(host_key_of(good, why)) << "three zero bytes behind the key, not four";
+    EXPECT_EQ(why, "its profile request has no host's key");
     EXPECT_EQ(describe_frame(KOV_OPC_CLIENT, good), "profile request, key of 5374 bytes");
 }
 
