@@ -62,8 +62,7 @@ const char *kov_lab_profile_text(uint32_t code, uint32_t op, uint32_t host_ref, 
 
 /* Probes the host that a check callback names, by its key: a lab has no wire, so the host answers when "set
  * host" has said where it is. 1 when it does, with what kov_arp_nd_host_verification_resp takes in `*found`
- * and
- * `*nd`; 0 when it does not. */
+ * and `*nd`; 0 when it does not. */
 int kov_lab_probe(uint32_t key_len, const uint8_t *key_data, kov_host_verified *found, uint32_t *nd);
 
 /* What of this process's messages was lost since the last call: "; messages not sent: 2, not read: 1",

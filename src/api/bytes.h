@@ -1,5 +1,5 @@
-// Unaligned access and byte order. Records and messages are packed, so a 4-byte integer may stand at any
-// address; every such access goes through here, and through memcpy.
+// Bytes: unaligned access, byte order, and zeros. Records and messages are packed, so a 4-byte integer may
+// stand at any address; every such access goes through here, and through memcpy.
 #pragma once
 
 #include "api/types.h"
@@ -35,6 +35,12 @@ template <class T>
 void swap_at(void *at)
 {
     store(at, swap_bytes(load<T>(at)));
+}
+
+template <std::size_t N>
+void clear(u8 (&bytes)[N])
+{
+    std::memset(bytes, 0, N);
 }
 
 template <std::size_t N>

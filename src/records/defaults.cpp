@@ -3,20 +3,14 @@
 #include <kov/kov_enums.h>
 #include <kov/kov_records.h>
 
-#include "api/types.h"
-
-#include <cstring>
+#include "api/bytes.h"
 
 namespace
 {
 
 constexpr u32 default_aging_timeout = 1800;
 
-template <std::size_t N>
-void clear(u8 (&bytes)[N])
-{
-    std::memset(bytes, 0, N);
-}
+using kov::clear;
 
 // The layout that port tracking and port L2DCI share.
 template <class PortRecord>

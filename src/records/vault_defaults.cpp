@@ -1,6 +1,6 @@
 // The values that fresh stored records take. Each initialiser writes what its record lists and nothing else;
 // local bytes, and the fields said to be left as found, keep their contents.
-#include "api/types.h"
+#include "api/bytes.h"
 
 #include <kov/kov_vault.h>
 
@@ -9,11 +9,7 @@
 namespace
 {
 
-template <std::size_t N>
-void clear(u8 (&bytes)[N])
-{
-    std::memset(bytes, 0, N);
-}
+using kov::clear;
 
 template <class Record>
 u32 clear_all(Record *rec)
