@@ -31,6 +31,11 @@ std::string trace_frame(std::string_view line)
     return cli_frame(cli_trace, line.substr(0, cli_max_text - cut.size())).append(cut);
 }
 
+struct {
+    kov_host_session_end_fn cb;
+    void *arg;
+} on_session_end;
+
 std::string status_frame(int status)
 {
     std::array<char, 4> bytes{};
@@ -57,6 +62,8 @@ void CliSession::close()
     fd_.reset();
     unsent_.clear();
     unsent_bytes_ = 0;
+    if (on_session_end.cb != nullptr)
+        on_session_end.cb(terminal_.c_str(), on_session_end.arg);
 }
 
 void CliSession::on_ready(std::uint32_t events)
@@ -250,3 +257,8 @@ void CliServer::add_session(Fd fd)
 }
 
 } // namespace kov_host
+
+extern "C" void kov_host_on_session_end(kov_host_session_end_fn cb, void *arg)
+{
+    kov_host::on_session_end = {cb, arg};
+}

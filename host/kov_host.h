@@ -201,6 +201,15 @@ int kov_host_command_offer(const char *name, kov_host_complete_fn complete, int 
 /* 1 when the line had "--json". */
 int kov_host_cli_json(void *cli);
 
+/*
+ * Says who hears when a session of this process's command line has ended, in whatever way; a null `cb` means
+ * nobody. `terminal` is the name that it had: the terminal and its debug switches are gone already. It may
+ * come in the midst of any call that prints or traces, and of kov_host_detach, so it should do little. `cb`
+ * must not throw. It outlives attachments.
+ */
+typedef void (*kov_host_session_end_fn)(const char *terminal, void *arg);
+void kov_host_on_session_end(kov_host_session_end_fn cb, void *arg);
+
 /* Runs a line as if it had been typed, with the output to this process's stdout and "stderr" as its terminal.
  * Returns the command's status, or -1 for an unknown command. */
 int kov_host_command_run(const char *line);

@@ -148,6 +148,13 @@ Reply run_debug_off(const Call &call)
     return {};
 }
 
+// A terminal that leaves with its switch on has said no "debug off".
+void session_ended(const char * /*terminal*/, void * /*arg*/)
+{
+    if (dbgw_library_chk_int(debug_library, debug_level) == 0)
+        kov_api_vty_dbg_off(""); // no terminal: the library's switch only
+}
+
 // clang-format off
 constexpr CommandRow commands[] = {
     {"get",             "QUERY [ARGUMENT...]",   "ask the library; without a query, the list",          0, any_number, run_get, complete_get},
@@ -198,7 +205,11 @@ using namespace kov_lab;
 
 extern "C" {
 
-int kov_lab_add_client_commands(void) { return add_commands(commands, nullptr); }
+int kov_lab_add_client_commands(void)
+{
+    kov_host_on_session_end(session_ended, nullptr);
+    return add_commands(commands, nullptr);
+}
 
 int kov_lab_get(int argc, const char *const *argv, int json, const char **text)
 {

@@ -31,7 +31,8 @@
 extern "C" {
 #endif
 
-/* Adds the commands to this process. Returns 0, or -1 with kov_host_error. */
+/* Adds the commands to this process, and takes kov_host_on_session_end for what "debug on" leaves behind.
+ * Returns 0, or -1 with kov_host_error. */
 int kov_lab_add_client_commands(void);
 
 /* kov_dispatch, and what it makes of each message is counted for "status" and "stats". */

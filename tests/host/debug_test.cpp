@@ -108,6 +108,55 @@ TEST_F(Debug, ATerminalThatLeavesTakesItsSwitchesWithIt)
     EXPECT_NE(dbgw_library_dbg_enable(library, level, terminal.c_str()), 0);
 }
 
+TEST_F(Debug, WhoeverAskedHearsOfASessionsEndWhenItsSwitchesAreGone)
+{
+    static Lines ended;
+    ended.clear();
+    kov_host_on_session_end(
+        [](const char *terminal, void *arg) {
+            EXPECT_EQ(arg, &ended);
+            ended.emplace_back(terminal);
+            EXPECT_NE(dbgw_library_dbg_enable(library, level, terminal), 0) << "its terminal is gone";
+            ended.emplace_back(dbgw_library_chk_int(library, level) != 0 ? "on" : "off");
+        },
+        &ended);
+    kov_host_session *first = open_session();
+    kov_host_session *second = open_session();
+    kov_host_session *third = open_session();
+    kov_host_session *unheard = open_session();
+    const std::string names[] = {kov_host_session_terminal(first), kov_host_session_terminal(second),
+                                 kov_host_session_terminal(third)};
+    for (const std::string &name : names)
+        ASSERT_EQ(dbgw_library_dbg_enable(library, level, name.c_str()), 0);
+    kov_host_session_close(first);
+    run_ready();
+    EXPECT_EQ(ended, (Lines{names[0], "on"}));
+    kov_host_session_close(second);
+    trace("one"); // finds out that it has left
+    EXPECT_EQ(ended, (Lines{names[0], "on", names[1], "on"}));
+    kov_host_session_close(third);
+    run_ready();
+    EXPECT_EQ(ended, (Lines{names[0], "on", names[1], "on", names[2], "off"})) << "each once";
+    kov_host_on_session_end(nullptr, nullptr);
+    kov_host_session_close(unheard);
+    run_ready();
+    EXPECT_EQ(ended.size(), 6u);
+}
+
+TEST_F(Debug, DetachingEndsTheSessions)
+{
+    static int ended;
+    ended = 0;
+    kov_host_on_session_end([](const char *, void *) { ++ended; }, nullptr);
+    kov_host_session *first = open_session();
+    kov_host_session *second = open_session();
+    kov_host_detach();
+    EXPECT_EQ(ended, 2);
+    kov_host_on_session_end(nullptr, nullptr);
+    kov_host_session_close(first);
+    kov_host_session_close(second);
+}
+
 // Nobody has noticed yet that the first session left; the trace does.
 TEST_F(Debug, ATraceToATerminalThatLeftReachesTheOthers)
 {
