@@ -1,13 +1,13 @@
 #include "session.h"
 
+#include "pager.h"
 #include "reply.h"
+#include "screen.h"
 
 #include <kov_host.h>
 
 #include <csignal>
 #include <cstdio>
-#include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace kov_lab
@@ -24,12 +24,7 @@ void on_signal(int) { interrupted = 1; }
 
 } // namespace
 
-std::uint32_t terminal_rows()
-{
-    winsize size{};
-    const bool terminal = isatty(STDIN_FILENO) != 0 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
-    return terminal ? size.ws_row : 0;
-}
+std::uint32_t terminal_rows() { return isatty(STDIN_FILENO) != 0 ? screen_now().rows : 0; }
 
 void CloseSession::operator()(kov_host_session *session) const { kov_host_session_close(session); }
 
@@ -74,43 +69,6 @@ bool take_interrupt()
     return came;
 }
 
-namespace
-{
-
-constexpr char interrupt_key = 3;
-
-// One key, without Enter after it; that of an interrupt when there will be none.
-char read_key()
-{
-    termios before{};
-    char key = interrupt_key;
-    const bool terminal = tcgetattr(STDIN_FILENO, &before) == 0;
-    termios raw = before;
-    raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
-    if (terminal)
-        tcsetattr(STDIN_FILENO, TCSANOW, &raw);
-    if (read(STDIN_FILENO, &key, 1) != 1)
-        key = interrupt_key;
-    if (terminal)
-        tcsetattr(STDIN_FILENO, TCSANOW, &before);
-    return key;
-}
-
-// Whether a person wants more; `all` is set by one who wants the rest without questions.
-bool go_on(bool &all)
-{
-    if (all)
-        return true;
-    std::fputs("--More-- (Space: go on, a: all, q: stop) ", stdout);
-    std::fflush(stdout);
-    const char key = read_key();
-    std::fputs("\r\033[K", stdout); // the question makes room
-    all = key == 'a';
-    return key != 'q' && key != interrupt_key;
-}
-
-} // namespace
-
 std::string line_of(std::span<const std::string> words)
 {
     std::string line;
@@ -121,10 +79,13 @@ std::string line_of(std::span<const std::string> words)
     return line;
 }
 
-std::optional<int> run_line(kov_host_session *session, const std::string &line, std::string &output)
+namespace
+{
+
+// The status. What the other end says goes to the pager, which answers its questions.
+std::optional<int> converse(kov_host_session *session, const std::string &line, Pager &pager)
 {
     kov_host_cli_event event;
-    bool all = false;
     if (kov_host_session_command(session, line.c_str()) != 0)
         return std::nullopt;
     for (;;) {
@@ -135,28 +96,35 @@ std::optional<int> run_line(kov_host_session *session, const std::string &line, 
             continue;
         if (event.kind == KOV_HOST_CLI_DONE)
             return event.status;
-        if (event.kind == KOV_HOST_CLI_OUTPUT) {
-            output.append(event.text, event.size);
-        } else if (event.kind == KOV_HOST_CLI_TRACE) {
-            std::printf("%s\n", event.text);
-        } else if (event.kind == KOV_HOST_CLI_MORE) {
-            std::fputs(output.c_str(), stdout);
-            output.clear();
-            kov_host_session_answer(session, go_on(all) ? 1 : 0);
-        }
+        if (event.kind == KOV_HOST_CLI_OUTPUT)
+            pager.add({event.text, event.size});
+        else if (event.kind == KOV_HOST_CLI_TRACE)
+            pager.add_trace(event.text);
+        else if (event.kind == KOV_HOST_CLI_MORE)
+            kov_host_session_answer(session, pager.wants_more() ? 1 : 0);
     }
+}
+
+} // namespace
+
+std::optional<int> run_line(kov_host_session *session, const std::string &line, std::string &output)
+{
+    Pager pager(false);
+    const std::optional<int> status = converse(session, line, pager);
+    output = pager.held();
+    return status;
 }
 
 int run_and_show(kov_host_session *session, const std::string &line, int good)
 {
-    std::string output;
-    const std::optional<int> status = run_line(session, line, output);
+    Pager pager(terminal_rows() != 0);
+    const std::optional<int> status = converse(session, line, pager);
     if (!status) {
         complain(stopped() ? "interrupted" : "the other end is gone before it has answered");
         return exit_nobody;
     }
     const bool answer = good == any_status || (*status >= 0 && *status <= good);
-    std::fputs(output.c_str(), answer ? stdout : stderr);
+    pager.finish(answer ? stdout : stderr);
     return exit_code(*status);
 }
 

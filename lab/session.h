@@ -57,7 +57,8 @@ std::uint32_t terminal_rows();
 // The words as a line that is split into them again.
 std::string line_of(std::span<const std::string> words);
 
-// Runs a line and shows what it says, on the error output when the status is above `good`. The exit code.
+// Runs a line and shows what it says, on the error output when the status is above `good`; to a person page
+// by page. The exit code.
 constexpr int any_status = std::numeric_limits<int>::max();
 int run_and_show(kov_host_session *session, const std::string &line, int good = 0);
 
@@ -67,8 +68,8 @@ int gone(const std::string &who);
 // Says who cannot be reached, and what to do; exit_nobody.
 int nobody(const Peer &peer);
 
-// Runs a line and collects its output; shows what there is when the pager asks. Nothing when the other end is
-// gone, or a signal came that ends the command.
+// Runs a line and collects its output. Nothing when the other end is gone, or a signal came that ends the
+// command.
 std::optional<int> run_line(kov_host_session *session, const std::string &line, std::string &output);
 
 // The exit code of kovctl for the status of a command that ran elsewhere.

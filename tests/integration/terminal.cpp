@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,9 +15,10 @@ namespace integration
 {
 
 Terminal::Terminal(const std::vector<std::string> &argv,
-                   const std::map<std::string, std::string> &environment, unsigned short rows)
+                   const std::map<std::string, std::string> &environment, unsigned short rows,
+                   unsigned short columns)
 {
-    winsize size{rows, 100, 0, 0};
+    winsize size{rows, columns, 0, 0};
     pid_ = forkpty(&fd_, nullptr, nullptr, &size);
     if (pid_ < 0)
         throw std::runtime_error("no terminal");
@@ -33,6 +35,13 @@ Terminal::~Terminal()
         kill(pid_, SIGKILL);
         waitpid(pid_, nullptr, 0);
     }
+}
+
+void Terminal::resize(unsigned short rows, unsigned short columns) const
+{
+    const winsize size{rows, columns, 0, 0};
+    if (ioctl(fd_, TIOCSWINSZ, &size) != 0)
+        throw std::runtime_error("the terminal keeps its size");
 }
 
 void Terminal::type(const std::string &text) const

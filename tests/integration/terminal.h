@@ -12,13 +12,14 @@ namespace integration
 class Terminal
 {
 public:
-    // `rows` lines of 100 characters. The environment is added to the test's own.
+    // `rows` lines of `columns` characters. The environment is added to the test's own.
     Terminal(const std::vector<std::string> &argv, const std::map<std::string, std::string> &environment,
-             unsigned short rows = 40);
+             unsigned short rows = 40, unsigned short columns = 100);
     ~Terminal();
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
 
+    void resize(unsigned short rows, unsigned short columns) const;
     void type(const std::string &text) const;
     // Reads until the text is there, or to the end for an empty one; what was read, the text included. What
     // came before is not looked at again. Ends without the text when the program ends, or hangs.
