@@ -17,11 +17,20 @@ std::string ago(const Age &age)
     const std::uint64_t seconds = *age / 1000;
     if (seconds == 0)
         return "just now";
-    if (seconds < 100)
+    constexpr std::uint64_t minute = 60;
+    constexpr std::uint64_t hour = 60 * minute;
+    // From two on, so that an older one never looks younger.
+    if (seconds < 2 * minute)
         return line("%" PRIu64 " s ago", seconds);
-    if (seconds < 6000)
-        return line("%" PRIu64 " min ago", seconds / 60);
-    return line("%" PRIu64 " h ago", seconds / 3600);
+    if (seconds < 2 * hour)
+        return line("%" PRIu64 " min ago", seconds / minute);
+    return line("%" PRIu64 " h ago", seconds / hour);
+}
+
+std::string rate_text(double rate)
+{
+    constexpr double widest = 99999.9;
+    return line(rate < widest ? "%.1f" : "%.0f", rate);
 }
 
 // The column behind a counter; there is none in a single look.
@@ -38,7 +47,7 @@ public:
     {
         if (!there_)
             return "";
-        return ms_ == 0 ? line(" %7s", "-") : line(" %7.1f", rate(before, now, ms_));
+        return line(" %7s", ms_ == 0 ? "-" : rate_text(rate(before, now, ms_)).c_str());
     }
 
 private:
@@ -53,21 +62,40 @@ const char *state_of(const RecordStats &record)
     return record.cached ? "yes" : "no";
 }
 
-std::string row_of(std::size_t index, const RecordStats &now, const RecordStats &before, const Rates &rates)
+// ---- The tables, each at most 80 columns wide ------------------------------------------------------------
+
+std::string lookups_row(std::size_t index, const RecordStats &now, const RecordStats &before,
+                        const Rates &rates)
 {
-    return line("%-19s %-6s %8u", record_name(index + 1), state_of(now), now.cache_hits) +
-           rates.of(before.cache_hits, now.cache_hits) + line(" %8u", now.database_reads) +
-           rates.of(before.database_reads, now.database_reads) +
-           line(" %8u %6u %7u  %s\n", now.update_reads, now.blocks, now.bytes, ago(now.last_change).c_str());
+    return line("%-19s %10u", record_name(index + 1), now.cache_hits) +
+           rates.of(before.cache_hits, now.cache_hits) + line(" %10u", now.database_reads) +
+           rates.of(before.database_reads, now.database_reads) + line(" %10u", now.update_reads) +
+           rates.of(before.update_reads, now.update_reads) + "\n";
+}
+
+std::string lookups_of(const Stats &now, const Stats &before, const Rates &rates)
+{
+    std::string text = line("%-19s %10s", "Lookups", "Hits") + rates.heading() + line(" %10s", "Reads") +
+                       rates.heading() + line(" %10s", "Updating") + rates.heading() + "\n";
+    for (std::size_t i = 0; i < now.records.size(); ++i)
+        text += lookups_row(i, now.records[i], before.records[i], rates);
+    return text;
+}
+
+std::string records_row(std::size_t index, const RecordStats &now, const RecordStats &before,
+                        const Rates &rates)
+{
+    return line("%-19s %-6s %7u %10u %8" PRIu64, record_name(index + 1), state_of(now), now.blocks, now.bytes,
+                now.changes) +
+           rates.of(before.changes, now.changes) + line("  %s\n", ago(now.last_change).c_str());
 }
 
 std::string records_of(const Stats &now, const Stats &before, const Rates &rates)
 {
-    std::string text = line("%-19s %-6s %8s", "Records", "Cached", "Hits") + rates.heading() +
-                       line(" %8s", "Reads") + rates.heading() +
-                       line(" %8s %6s %7s  %s\n", "Updating", "Blocks", "Bytes", "Changed");
+    std::string text = line("%-19s %-6s %7s %10s %8s", "Records", "Cached", "Blocks", "Bytes", "Changes") +
+                       rates.heading() + "  Changed\n";
     for (std::size_t i = 0; i < now.records.size(); ++i)
-        text += row_of(i, now.records[i], before.records[i], rates);
+        text += records_row(i, now.records[i], before.records[i], rates);
     return text;
 }
 
@@ -83,8 +111,8 @@ std::string row_of(std::size_t mtype, const Stats &now, const TypeCounts &before
     if (counts.accepted() == 0 && counts.refused() == 0)
         return "";
     return line("%-33s %8" PRIu64, title_of(mtype).c_str(), counts.accepted()) +
-           rates.of(before.accepted(), counts.accepted()) +
-           line(" %8" PRIu64 "  %s\n", counts.refused(), ago(now.age_of(counts)).c_str());
+           rates.of(before.accepted(), counts.accepted()) + line(" %8" PRIu64, counts.refused()) +
+           rates.of(before.refused(), counts.refused()) + line("  %s\n", ago(now.age_of(counts)).c_str());
 }
 
 std::string messages_of(const Stats &now, const Stats &before, const Rates &rates)
@@ -94,8 +122,8 @@ std::string messages_of(const Stats &now, const Stats &before, const Rates &rate
         rows += row_of(mtype, now, before.messages[mtype], rates);
     if (rows.empty())
         return "no message yet\n";
-    return line("%-33s %8s", "Messages", "Accepted") + rates.heading() +
-           line(" %8s  %s\n", "Refused", "Last") + rows;
+    return line("%-33s %8s", "Messages", "Accepted") + rates.heading() + line(" %8s", "Refused") +
+           rates.heading() + "  Last\n" + rows;
 }
 
 std::string causes_of(std::size_t mtype, const TypeCounts &counts)
@@ -137,7 +165,8 @@ std::string stats_text(const Stats &now, const Stats *before)
 {
     const Rates rates(now, before);
     const Stats &then = before == nullptr ? now : *before;
-    return records_of(now, then, rates) + "\n" + messages_of(now, then, rates) + refusals_of(now);
+    return lookups_of(now, then, rates) + "\n" + records_of(now, then, rates) + "\n" +
+           messages_of(now, then, rates) + refusals_of(now);
 }
 
 } // namespace kov_lab

@@ -1,5 +1,7 @@
 #include "stats_watch.h"
 
+#include "pager.h"
+#include "screen.h"
 #include "stats.h"
 
 #include <kov_host.h>
@@ -27,11 +29,12 @@ std::optional<int> look_at(kov_host_session *session, std::optional<Stats> &out)
     return *status == 0 ? 1 : exit_code(*status);
 }
 
-// Over what stands on the screen, line by line, so that nothing flickers.
+// Over what stands on the screen, line by line, so that nothing flickers, and no more than it has room for,
+// so that nothing scrolls.
 std::string in_place(const std::string &page)
 {
     std::string text = "\033[H";
-    for (const char c : page)
+    for (const char c : cut_to(page, above_last_row(screen_now())))
         text += c == '\n' ? "\033[K\n" : std::string(1, c);
     return text + "\033[J";
 }
@@ -61,10 +64,12 @@ public:
             before_ = now;
         const Stats *before = before_ ? &*before_ : nullptr;
         const std::string page = json_ ? stats_json(now, before) : stats_text(now, before);
+        Pager pager(!watching_ && !json_ && terminal_rows() != 0);
         if (terminal_)
-            std::fputs(in_place(now.client + ", each second; Ctrl-C ends\n\n" + page).c_str(), stdout);
+            pager.add(in_place(now.client + ", each second; Ctrl-C ends\n\n" + page));
         else
-            std::printf("%s%s", first || json_ ? "" : "\n", page.c_str());
+            pager.add((first || json_ ? "" : "\n") + page);
+        pager.finish(stdout);
         std::fflush(stdout);
         before_ = now;
     }

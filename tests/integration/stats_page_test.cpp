@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
 namespace
 {
 
@@ -34,10 +36,11 @@ Stats busy_client()
     stats.records[0].cached = true;
     stats.records[1].cached = stats.records[1].updating = true;
     stats.records[0].last_change = 999;
-    stats.records[1].last_change = 99'999;
-    stats.records[2].last_change = 100'000;
-    stats.records[3].last_change = 6'000'000;
+    stats.records[1].last_change = 119'999;
+    stats.records[2].last_change = 120'000;
+    stats.records[3].last_change = 7'199'999;
     stats.records[4].last_change = 1000;
+    stats.records[5].last_change = 7'200'000;
     outcome(stats, 9, Outcome::handled) = 5;
     outcome(stats, 9, Outcome::wrong_length) = 2;
     outcome(stats, 9, Outcome::by_library) = 1;
@@ -51,13 +54,21 @@ Stats busy_client()
 TEST(StatsPage, OfASingleLookHasNoRates)
 {
     EXPECT_EQ(stats_text(busy_client()),
-              "Records             Cached     Hits    Reads Updating Blocks   Bytes  Changed\n"
-              "general information yes          11       12       13     14      15  just now\n"
-              "SVIs                update       17       18       19     20      21  99 s ago\n"
-              "port tracking       no           23       24       25     26      27  1 min ago\n"
-              "aggregate prefixes  no           29       30       31     32      33  1 h ago\n"
-              "port L2DCI          no           35       36       37     38      39  1 s ago\n"
-              "topologies          no           41       42       43     44      45  never\n"
+              "Lookups                   Hits      Reads   Updating\n"
+              "general information         11         12         13\n"
+              "SVIs                        17         18         19\n"
+              "port tracking               23         24         25\n"
+              "aggregate prefixes          29         30         31\n"
+              "port L2DCI                  35         36         37\n"
+              "topologies                  41         42         43\n"
+              "\n"
+              "Records             Cached  Blocks      Bytes  Changes  Changed\n"
+              "general information yes         14         15       16  just now\n"
+              "SVIs                update      20         21       22  119 s ago\n"
+              "port tracking       no          26         27       28  2 min ago\n"
+              "aggregate prefixes  no          32         33       34  119 min ago\n"
+              "port L2DCI          no          38         39       40  1 s ago\n"
+              "topologies          no          44         45       46  2 h ago\n"
               "\n"
               "Messages                          Accepted  Refused  Last\n"
               " 2 registration acknowledgement          1        0  60 s ago\n"
@@ -74,7 +85,7 @@ TEST(StatsPage, OfASingleLookHasNoRates)
 TEST(StatsPage, OfAClientThatHeardNothingSaysSo)
 {
     const std::string text = stats_text(Stats{});
-    EXPECT_TRUE(text.ends_with("never\n\nno message yet\n")) << text;
+    EXPECT_TRUE(text.ends_with("0  never\n\nno message yet\n")) << text;
 }
 
 TEST(StatsPage, OfTwoLooksTellsWhatHappenedASecond)
@@ -84,19 +95,43 @@ TEST(StatsPage, OfTwoLooksTellsWhatHappenedASecond)
     now.at_ms += 2000;
     now.records[0].cache_hits += 1;
     now.records[0].database_reads += 20;
+    now.records[1].update_reads += 1;
+    now.records[1].changes += 3;
     outcome(now, 9, Outcome::handled) += 5;
+    outcome(now, 9, Outcome::too_short) += 1;
     now.messages[9].last_ms = now.at_ms;
     const std::string text = stats_text(now, &before);
     const auto has = [&](const char *line) { return text.find(line) != text.npos; };
-    EXPECT_TRUE(has(
-        "Records             Cached     Hits      /s    Reads      /s Updating Blocks   Bytes  Changed\n"
-        "general information yes          12     0.5       32    10.0       13     14      15  just now\n"
-        "SVIs                update       17     0.0       18     0.0       19     20      21  99 s ago\n"))
+    EXPECT_TRUE(has("Lookups                   Hits      /s      Reads      /s   Updating      /s\n"
+                    "general information         12     0.5         32    10.0         13     0.0\n"
+                    "SVIs                        17     0.0         18     0.0         20     0.5\n"))
         << text;
-    EXPECT_TRUE(has("Messages                          Accepted      /s  Refused  Last\n"
-                    " 2 registration acknowledgement          1     0.0        0  62 s ago\n"
-                    " 9 SVI forwarding mode                  10     2.5        3  just now\n"))
+    EXPECT_TRUE(has("Records             Cached  Blocks      Bytes  Changes      /s  Changed\n"
+                    "general information yes         14         15       16     0.0  just now\n"
+                    "SVIs                update      20         21       25     1.5  119 s ago\n"))
         << text;
+    EXPECT_TRUE(has("Messages                          Accepted      /s  Refused      /s  Last\n"
+                    " 2 registration acknowledgement          1     0.0        0     0.0  62 s ago\n"
+                    " 9 SVI forwarding mode                  10     2.5        4     0.5  just now\n"))
+        << text;
+}
+
+TEST(StatsPage, IsNowhereWiderThanATerminal)
+{
+    const Stats before = busy_client();
+    Stats now = before;
+    now.at_ms += 1'000'000;
+    for (RecordStats &record : now.records)
+        record = {true,       true,       0x7fffffff, 0x7fffffff, 0x7fffffff,
+                  99'999'999, 0xffffffff, 99'999'999, 7'199'999};
+    for (std::size_t mtype = 0; mtype < now.messages.size(); ++mtype) {
+        outcome(now, mtype, Outcome::handled) = 9'999'999;
+        outcome(now, mtype, Outcome::wrong_length) = 9'999'999;
+        now.messages[mtype].last_ms = now.at_ms - 7'199'999;
+    }
+    std::istringstream lines(stats_text(now, &before));
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_LE(line.size(), 80u) << line;
 }
 
 TEST(StatsPage, OfRatesSurvivesCountersThatWrapOrBeginAnew)
@@ -133,7 +168,7 @@ TEST(StatsPage, AsJsonHasEveryTypeAndEveryCause)
     EXPECT_EQ(page.at("records").at(1),
               nlohmann::json::parse(R"({"type": 2, "name": "SVIs", "cached": true, "updating": true,
                 "cache_hits": 17, "database_reads": 18, "update_reads": 19, "blocks": 20, "bytes": 21,
-                "changes": 23, "last_change_ms": 99999, "per_second":
+                "changes": 23, "last_change_ms": 119999, "per_second":
                 {"cache_hits": 0.0, "database_reads": 0.0, "update_reads": 0.0, "changes": 2.0}})"));
     EXPECT_EQ(page.at("messages").at(9),
               nlohmann::json::parse(R"({"type": 9, "name": "SVI forwarding mode", "accepted": 5, "refused": 5,

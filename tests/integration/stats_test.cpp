@@ -1,6 +1,7 @@
 // What "stats" says of a real client after actions that are known: every number is exactly so.
 #include "real_lab.h"
 #include "stats.h"
+#include "terminal.h"
 
 #include <csignal>
 
@@ -136,13 +137,61 @@ TEST_F(ShownStats, AreWatchedUntilTheirCountWithRates)
     serve_little();
     client("arp", "9");
     const std::string text = ask("-c arp stats --count 2");
-    const std::string heading = "Records             Cached     Hits      /s    Reads      /s";
+    const std::string heading =
+        "Lookups                   Hits      /s      Reads      /s   Updating      /s\n";
     ASSERT_TRUE(text.starts_with(heading)) << text;
-    EXPECT_NE(text.find("SVIs                yes           0       -        4       -"), text.npos) << text;
+    EXPECT_NE(text.find("SVIs                         0       -          4       -          0       -\n"),
+              text.npos)
+        << text;
     const std::size_t second = text.find("\n\n" + heading);
     ASSERT_NE(second, text.npos) << "one behind the other, for this is no terminal: " << text;
-    EXPECT_NE(text.find("SVIs                yes           0     0.0        4     0.0", second), text.npos);
+    EXPECT_NE(
+        text.find("SVIs                         0     0.0          4     0.0          0     0.0\n", second),
+        text.npos);
     EXPECT_EQ(text.find('\033'), text.npos);
+}
+
+// One page of those that follow each other in place; the terminal makes each newline two characters.
+std::vector<std::string> page_on(Terminal &terminal)
+{
+    terminal.read_to("\033[H");
+    std::string page = terminal.read_to("\033[J");
+    std::vector<std::string> lines;
+    const std::string end = "\033[K\r\n";
+    for (std::size_t at = 0; (at = page.find(end)) != std::string::npos; page.erase(0, at + end.size()))
+        lines.push_back(page.substr(0, at));
+    EXPECT_EQ(page, "\033[J");
+    return lines;
+}
+
+TEST_F(ShownStats, AreWatchedInPlaceOnAScreenThatHoldsThem)
+{
+    serve_little();
+    client("arp", "9");
+    Terminal terminal({std::string(KOV_BIN_DIR) + "/kovctl", "-c", "arp", "stats", "--watch"},
+                      {{"KOV_HOST_DIR", runtime()}}, 24, 80);
+    page_on(terminal);
+    const std::vector<std::string> page = page_on(terminal);
+    ASSERT_GE(page.size(), 18u);
+    EXPECT_LE(page.size(), 23u) << "one more would scroll";
+    for (const std::string &line : page)
+        EXPECT_LE(line.size(), 80u) << line;
+    EXPECT_EQ(page[0], "arp, each second; Ctrl-C ends");
+    EXPECT_EQ(page[2], "Lookups                   Hits      /s      Reads      /s   Updating      /s");
+    EXPECT_EQ(page[10], "Records             Cached  Blocks      Bytes  Changes      /s  Changed");
+    for (std::size_t type = 1; type <= 6; ++type) {
+        EXPECT_TRUE(page[2 + type].starts_with(kov_lab::record_name(type))) << page[2 + type];
+        EXPECT_TRUE(page[10 + type].starts_with(kov_lab::record_name(type))) << page[10 + type];
+    }
+    terminal.resize(12, 40);
+    page_on(terminal); // perhaps made before
+    const std::vector<std::string> small = page_on(terminal);
+    ASSERT_EQ(small.size(), 11u);
+    EXPECT_EQ(small[2], page[2].substr(0, 40));
+    EXPECT_EQ(small[8], page[8].substr(0, 40));
+    EXPECT_EQ(small[10], std::to_string(page.size() - 10) + " more lines");
+    terminal.type("\003");
+    EXPECT_EQ(terminal.status(), 0);
 }
 
 TEST_F(ShownStats, AreALineForEachLookToAProgram)
