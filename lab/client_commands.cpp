@@ -95,7 +95,9 @@ Reply run_status(const Call &)
     list.add("client", name + " (pid " + std::to_string(getpid()) + ", SAP " + std::to_string(sap) + ")",
              {{"client", name}, {"pid", getpid()}, {"sap", sap}});
     list.add("directory", kov_host_dir());
-    list.add("registered", registration_text());
+    list.add("registered", registration_text(),
+             {{"registered", kov_is_client_registration_done() != 0},
+              {"registration_asked", kov_is_client_attached() != 0}});
     list.add("server losses", counters.ipc_peer_losses);
     list.add("server returns", counters.ipc_peer_returns);
     list.add("messages not sent", counters.ipc_send_failures);

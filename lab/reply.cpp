@@ -19,7 +19,8 @@ std::string padded(const std::string &text, int width)
 std::string member_name(std::string_view label)
 {
     std::string name{label};
-    std::replace(name.begin(), name.end(), ' ', '_');
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == ' ' || c == '-'; }, '_');
     return name;
 }
 

@@ -87,10 +87,13 @@ TEST_F(JsonOf, TheStatusIsThatOfServerAndClient)
     const json client = answer("-c arp status");
     EXPECT_EQ(client["client"], "arp");
     EXPECT_EQ(client["pid"], arp.pid());
-    EXPECT_EQ(client["registered"], "yes");
+    EXPECT_EQ(client["registered"], true);
+    EXPECT_EQ(client["registration_asked"], true);
     EXPECT_EQ(client["directory"], runtime());
     EXPECT_EQ(answer("-c arp show host")["name"], "arp");
-    EXPECT_EQ(answer("-c arp show capability")["fabric_forwarding"], true);
+    EXPECT_EQ(answer("-c arp show capability"), (json{{"fabric_forwarding", true},
+                                                      {"host_auto_configuration", true},
+                                                      {"the_card_supports_auto_configuration_only", false}}));
 }
 
 struct Asked {
