@@ -1,6 +1,7 @@
 #include "client_commands.h"
 
 #include "audit.h"
+#include "card.h"
 #include "commands.h"
 #include "database.h"
 #include "glean_commands.h"
@@ -169,6 +170,7 @@ constexpr CommandRow commands[] = {
     {"profile del",     "HOST",                  "ask the server to remove a host's profile",           1, 1, del_profile},
     {"profile check",   "HOST",                  "ask the server to check a host's profile",            1, 1, check_profile},
     {"glean",           "VRF DEST SOURCE SVI [iif=INTERFACE] [value=N]", "a packet to a destination not resolved yet", 4, any_number, tell_glean, complete_glean},
+    {"set card",        "TYPE|none",             "the card that this process's switch has: 0x2101",     1, 1, set_card},
     {"set vrf",         "ID NAME",               "this process knows a VRF",                            2, 2, set_vrf},
     {"set route",       "VRF PREFIX [conditional] [converted]", "add a route, or change its flags",     2, any_number, set_route, complete_route},
     {"del route",       "VRF PREFIX",            "remove a route",                                      2, 2, del_route, complete_route},

@@ -1,8 +1,11 @@
 #include "load.h"
 
+#include "card.h"
+#include "reply.h"
 #include "scenario.h"
 
 #include <cstdio>
+#include <optional>
 
 namespace kov_lab
 {
@@ -26,28 +29,61 @@ std::vector<Line> commands_of(const Scenario &scenario)
                 line.emplace_back(field.name);
         commands.push_back(line);
     }
+    if (scenario.card_type)
+        commands.push_back({"set", "card", card_text(*scenario.card_type)});
     return commands;
+}
+
+// Runs them one after the other in the client; what it says to each is added to `told`. kovctl's exit code.
+int run_all(const Peer &peer, const std::vector<Line> &commands, std::vector<std::string> &told)
+{
+    const Session session = open_session(peer, 0);
+    if (session == nullptr)
+        return nobody(peer);
+    for (const Line &line : commands) {
+        std::string output;
+        const std::optional<int> status = run_line(session.get(), line_of(line), output);
+        if (!status)
+            return gone(peer.name);
+        output.erase(output.find_last_not_of('\n') + 1);
+        if (*status != done) {
+            complain(output);
+            return exit_code(*status);
+        }
+        told.push_back(output);
+    }
+    return done;
+}
+
+std::string lines_of(const std::vector<std::string> &texts)
+{
+    std::string lines;
+    for (const std::string &text : texts)
+        lines += text + "\n";
+    return lines;
 }
 
 } // namespace
 
-int load_routes(const Peer &peer, std::span<const std::string> words)
+int load_routes(const Peer &peer, std::span<const std::string> words, bool json)
 {
     if (words.size() != 1) {
-        std::fputs("usage: load SCENARIO\n", stderr);
-        return 2;
+        complain("usage: load SCENARIO");
+        return misused;
     }
     Scenario scenario;
     std::vector<std::string> mistakes;
     if (!load_scenario(words[0], scenario, mistakes)) {
-        for (const std::string &mistake : mistakes)
-            std::fprintf(stderr, "%s\n", mistake.c_str());
-        return 1;
+        std::string all = lines_of(mistakes);
+        all.pop_back();
+        return complain(all);
     }
-    for (const Line &line : commands_of(scenario))
-        if (const int status = run_remote(peer, line); status != 0)
-            return status;
-    return 0;
+    std::vector<std::string> told;
+    const int code = run_all(peer, commands_of(scenario), told);
+    const Reply reply{done, lines_of(told), {{"scenario", words[0]}, {"done", told}}};
+    if (code == done || !json)
+        std::fputs((json ? json_text(reply) : reply.text).c_str(), stdout);
+    return code;
 }
 
 } // namespace kov_lab

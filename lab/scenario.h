@@ -59,8 +59,9 @@ struct Scenario {
     Slots l2dci;
     std::set<Prefix> prefixes;
     Topologies topologies;
-    std::uint32_t profile_code = 1; // what requests about profiles are answered with
-    Routes routes;                  // of clients; the server makes nothing of them
+    std::uint32_t profile_code = 1;        // what requests about profiles are answered with
+    Routes routes;                         // of clients; the server makes nothing of them
+    std::optional<std::int32_t> card_type; // of clients too; card.h
 
     bool knows_vrf(std::string_view name) const;
     // The interface index of a port that the switch has; 0 with `why` for every other text.

@@ -1,4 +1,5 @@
 // Loading a scenario: a section of the file each, in the order in which they refer to one another.
+#include "card.h"
 #include "checked_json.h"
 #include "scenario.h"
 
@@ -43,6 +44,7 @@ private:
     void load_prefixes(const json &list, const std::string &pointer);
     void load_profiles(const json &object, const std::string &pointer);
     void load_routes(const json &list, const std::string &pointer);
+    void load_card_type(const json &value, const std::string &pointer);
 
     void load_vrf(const json &value, const std::string &pointer);
     void load_card(const json &object, const std::string &pointer);
@@ -77,6 +79,7 @@ const Loader::Section Loader::sections[] = {
     {"prefixes", &Loader::load_prefixes},
     {"profiles", &Loader::load_profiles},
     {"routes", &Loader::load_routes},
+    {"card_type", &Loader::load_card_type},
 };
 
 std::string Loader::names()
@@ -334,7 +337,7 @@ void Loader::load_profiles(const json &object, const std::string &pointer)
     out_.profile_code = code.value_or(out_.profile_code);
 }
 
-// ---- The routes of clients -------------------------------------------------------------------------------
+// ---- What clients know -----------------------------------------------------------------------------------
 
 void Loader::load_routes(const json &list, const std::string &pointer)
 {
@@ -354,6 +357,17 @@ void Loader::load_route(const json &object, const std::string &pointer)
     in_.read_fields(route_fields(), flags, pointer, "", &bits);
     if (vrf && network && in_.is_first("route " + text_of({*vrf, *network}), at))
         out_.routes[{*vrf, *network}] = bits;
+}
+
+void Loader::load_card_type(const json &value, const std::string &pointer)
+{
+    std::string why;
+    const auto text = in_.text(value, pointer);
+    if (!text)
+        return;
+    out_.card_type = parse_card(*text, why);
+    if (!out_.card_type)
+        in_.mistake(pointer, why);
 }
 
 } // namespace

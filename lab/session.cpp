@@ -22,6 +22,8 @@ constexpr int glance_ms = 200;
 
 void on_signal(int) { interrupted = 1; }
 
+bool as_json = false;
+
 } // namespace
 
 std::uint32_t terminal_rows() { return isatty(STDIN_FILENO) != 0 ? screen_now().rows : 0; }
@@ -35,9 +37,14 @@ Session open_session(const Peer &peer, std::uint32_t rows)
 
 int complain(const std::string &problem)
 {
-    std::fprintf(stderr, "kovctl: %s\n", problem.c_str());
-    return 1;
+    if (as_json)
+        std::fputs(json_text(refusal(problem)).c_str(), stdout);
+    else
+        std::fprintf(stderr, "kovctl: %s\n", problem.c_str());
+    return refused;
 }
+
+void answer_as_json(bool json) { as_json = json; }
 
 int exit_code(int status) { return status == 0 || status == 1 ? status : 2; }
 

@@ -82,8 +82,9 @@ bool stopped();
 void note_interrupts();
 bool take_interrupt();
 
-// Says it on the error output; 1.
+// Says it on the error output; 1. From answer_as_json(true) on {"error": ...} on the standard output.
 int complain(const std::string &problem);
+void answer_as_json(bool json);
 
 // "no server in DIR: ..." or what else kept the process from being reached.
 std::string unreachable(const Peer &peer);

@@ -347,14 +347,14 @@ int type_lines(const Peer &peer, const RunOwn &own)
     return Shell(peer, own).run();
 }
 
-int read_lines(const Peer &peer, const RunOwn &own)
+int read_lines(const Peer &peer, const RunOwn &own, bool json)
 {
     Conversation other(peer, 0, own);
     if (!other.open())
         return nobody(peer);
     int code = 0;
     for (std::string line; std::getline(std::cin, line) && !is_farewell(without_blanks(line));)
-        code = other.run(line);
+        code = other.run(json ? line + " --json" : line);
     return code;
 }
 

@@ -18,7 +18,8 @@ using RunOwn = std::function<std::optional<int>(const std::string &line)>;
 // process that has gone is looked for again by the next line. The exit code is that of the last line.
 int type_lines(const Peer &peer, const RunOwn &own);
 
-// From the standard input until that ends.
-int read_lines(const Peer &peer, const RunOwn &own);
+// From the standard input until that ends; each answer as JSON if wanted. The exit code is that of the last
+// line.
+int read_lines(const Peer &peer, const RunOwn &own, bool json);
 
 } // namespace kov_lab

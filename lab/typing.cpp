@@ -189,7 +189,7 @@ Candidates candidates_of(const Typed &typed, const std::string &partial)
     if (first == "load")
         return files(partial);
     if (first == "wait")
-        return typed.words.size() == 1 ? wait_words() : Candidates{};
+        return typed.words.size() == 1 ? wait_words(typed.of_client) : Candidates{};
     Candidates all = ask_candidates(typed.peer, typed.words, partial);
     if (first.empty()) {
         std::erase(all, "complete"); // nobody types it

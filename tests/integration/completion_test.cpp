@@ -124,7 +124,8 @@ TEST_F(Completion, KnowsKovctlsOwnOptionsAndTheirValues)
     EXPECT_EQ(of({"watch", "--t"}), "--types");
     EXPECT_EQ(of({"watch", "--types", "svi,to"}), "svi,topology");
     EXPECT_EQ(of({"watch", "--types", "a"}), "all anycast-gw-mac");
-    EXPECT_EQ(of({"wait", "re"}), "received registered returned");
+    EXPECT_EQ(of({"wait", ""}), "clients found idle server");
+    EXPECT_EQ(of({"-c", "arp", "wait", "re"}), "received registered returned");
     EXPECT_EQ(of({"-c", "arp", "load", source("lab/scenarios/l")}), source("lab/scenarios/leaf.json"));
     EXPECT_EQ(of({"-d", source("lab/sc")}), source("lab/scenarios/"));
     EXPECT_EQ(of({"-d", path("elsewhere"), "show", "svi", ""}), "") << "nobody is there";

@@ -239,6 +239,33 @@ TEST_F(JsonOf, StatsAreAValue)
     EXPECT_EQ(answer("-c arp stats")["client"], "arp");
 }
 
+TEST_F(JsonOf, WhatIsWaitedForAndLoadedIsAValue)
+{
+    serve();
+    client("arp");
+    EXPECT_EQ(answer("wait clients 1"), (json{{"waited_for", "clients 1"}}));
+    const json loaded = answer("-c arp load " + leaf());
+    EXPECT_EQ(loaded["scenario"], leaf());
+    EXPECT_EQ(loaded["done"][0], "VRF 1 is default");
+    EXPECT_EQ(loaded["done"].size(), 7u);
+}
+
+TEST_F(JsonOf, LinesFromAFileAreValues)
+{
+    serve();
+    client("arp");
+    const std::string kovctl = std::string(KOV_BIN_DIR) + "/kovctl";
+    const Result result =
+        run({"/bin/sh", "-c", "printf 'status\nget fabric-id\n' | " + kovctl + " -c arp --json"},
+            {{"KOV_HOST_DIR", runtime()}});
+    EXPECT_EQ(result.status, 0) << result.err;
+    std::istringstream values(result.out);
+    json first, second;
+    values >> first >> second;
+    EXPECT_EQ(first["client"], "arp");
+    EXPECT_EQ(second["value"], 7);
+}
+
 TEST_F(JsonOf, AnErrorIsAValueToo)
 {
     serve();
@@ -248,6 +275,14 @@ TEST_F(JsonOf, AnErrorIsAValueToo)
     EXPECT_EQ(answer("show svi", 2)["error"], "usage: show svi NAME");
     EXPECT_EQ(answer("statsu", 2)["error"],
               "unknown command 'statsu'; did you mean status? help lists the commands");
+    EXPECT_EQ(answer("-c nosuch status", 3)["error"].get<std::string>().substr(0, 17), "no client nosuch:");
+    EXPECT_EQ(answer("audit", 2)["error"], "audit needs -c NAME: a cache is that of a client process");
+    EXPECT_EQ(answer("get --bogus", 2)["error"],
+              "The following argument was not expected: --bogus; kovctl --help lists the commands");
+    EXPECT_EQ(answer("wait clients 9 --timeout 0", 4)["error"],
+              "waited 0 s for kovd: clients 9; it says clients: 1");
+    EXPECT_EQ(answer("-c arp load nosuch.json", 1)["error"],
+              "nosuch.json: cannot be read: No such file or directory");
     const Result report = kovctl("-c arp show cache --json");
     EXPECT_EQ(report.status, 2);
     EXPECT_EQ(json::parse(report.out)["error"],

@@ -125,6 +125,58 @@ TEST_F(Path, AnSviInAConditionalModeIsNotCachedAndSoStandardInAClient)
     EXPECT_EQ(ask("-c arp get fwd-mode vlan26"), "kov_get_fwd_mode(vlan26) = Standard, from cache\n");
 }
 
+// The lines of kovctl that a newcomer copies, but for those that go on until Ctrl-C.
+std::vector<std::string> lines_to_copy(const std::string &readme)
+{
+    const std::string start = "    kovctl ";
+    std::vector<std::string> lines;
+    std::istringstream stream(readme);
+    for (std::string line; std::getline(stream, line);) {
+        const bool ends = line.find("watch") == line.npos && line.find("debug on") == line.npos;
+        if (line.starts_with(start) && ends)
+            lines.push_back(line.substr(start.size(), line.find("  ", start.size()) - start.size()));
+    }
+    return lines;
+}
+
+TEST_F(Path, TheLinesOfTheReadmeCanBeCopied)
+{
+    serve();
+    client("arp");
+    client("bgp");
+    const auto lines = lines_to_copy(read(source("lab/README.md")));
+    EXPECT_GE(lines.size(), 20u);
+    for (const std::string &line : lines) {
+        const std::size_t file = line.find("lab/scenarios/");
+        ask(file == line.npos ? line : line.substr(0, file) + source(line.substr(file)));
+    }
+}
+
+TEST_F(Path, HelpTellsOfACommandAndRunsNothing)
+{
+    serve();
+    client("arp");
+    // clang-format off
+    const struct { const char *line, *says; } rows[] = {
+        {"help",                     "kovctl's own: get, watch, wait, debug, audit, stats, load; help WORD tells of one"},
+        {"help del svi",             "NAME: remove an SVI and tell clients"},
+        {"help del",                 "del geninfo "},
+        {"help watch",               "Usage: kovctl watch [OPTIONS]"},
+        {"-c arp help stats",        "Usage: kovctl stats [OPTIONS]"},
+        {"del svi vlan10 --help",    "NAME: remove an SVI and tell clients"},
+        {"wait clients 1 --help",    "CONDITION is server, idle, "},
+        {"report --help",            "Usage: kovctl report [OPTIONS]"},
+        {"-c arp glean --help",      "VRF DEST SOURCE SVI [iif=INTERFACE] [value=N]"},
+    };
+    // clang-format on
+    for (const auto &[line, says] : rows)
+        EXPECT_NE(ask(line).find(says), std::string::npos) << line << "\n" << ask(line);
+    EXPECT_EQ(kovctl("help speed").err, "no command begins with 'speed'; help lists them all\n");
+    EXPECT_EQ(status("svis"), "40");
+    EXPECT_EQ(status("general information"), "yes");
+    EXPECT_EQ(status("clients"), "1");
+}
+
 TEST_F(Path, ADeregisteredClientIsForgotten)
 {
     Process &server = serve(leaf(), {"-v"});

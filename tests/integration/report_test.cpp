@@ -51,13 +51,25 @@ TEST_F(ShownReport, RefusesWordsThatItDoesNotKnow)
     EXPECT_EQ(refused.err, "usage: show cache [detail]\n");
 }
 
-TEST_F(ShownReport, OfTheCapabilityFollowsTheCardWhichThisMachineDoesNotHave)
+TEST_F(ShownReport, OfTheCapabilityFollowsTheCardWhichThisMachineHasOnlyWhenToldSo)
 {
+    const std::string both = "fabric forwarding: yes\n"
+                             "host auto-configuration: yes\n"
+                             "the card supports auto-configuration only: no\n";
+    const std::string one = "fabric forwarding: no\n"
+                            "host auto-configuration: yes\n"
+                            "the card supports auto-configuration only: yes\n";
     serve();
     client("arp");
-    EXPECT_EQ(ask("-c arp show capability"), "fabric forwarding: yes\n"
-                                             "host auto-configuration: yes\n"
-                                             "the card supports auto-configuration only: no\n");
+    EXPECT_EQ(ask("-c arp show capability"), both);
+    EXPECT_EQ(ask("-c arp set card 0x2300"), "the card is 0x2300\n");
+    EXPECT_EQ(ask("-c arp show capability"), one);
+    EXPECT_EQ(ask("-c arp set card 8717"), "the card is 0x220d\n");
+    EXPECT_EQ(ask("-c arp show capability"), both);
+    ask("-c arp load " + write("card.json", R"({"card_type": "0x0000"})"));
+    EXPECT_EQ(ask("-c arp show capability"), one);
+    EXPECT_EQ(ask("-c arp set card none"), "the card is none\n");
+    EXPECT_EQ(ask("-c arp show capability"), both);
 }
 
 } // namespace

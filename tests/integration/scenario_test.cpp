@@ -172,6 +172,18 @@ TEST_F(ScenarioFile, ARouteMayLeadWhereAnAggregatePrefixIsAndHasNoFlagsUnlessTol
     EXPECT_EQ(flagged.converted, 1u);
 }
 
+TEST_F(ScenarioFile, ACardTypeIsWrittenAsInTheCommandAndMayBeNone)
+{
+    ASSERT_TRUE(mistakes_in("{}").empty());
+    EXPECT_EQ(scenario_.card_type, std::nullopt);
+    ASSERT_TRUE(mistakes_in(R"({ "card_type": "0x2101" })").empty());
+    EXPECT_EQ(scenario_.card_type, 0x2101);
+    ASSERT_TRUE(mistakes_in(R"({ "card_type": "65535" })").empty());
+    EXPECT_EQ(scenario_.card_type, 65535);
+    ASSERT_TRUE(mistakes_in(R"({ "card_type": "none" })").empty());
+    EXPECT_EQ(scenario_.card_type, -1);
+}
+
 TEST_F(ScenarioFile, EveryKindOfFieldArrivesInTheRecord)
 {
     ASSERT_TRUE(mistakes_in(R"({
@@ -333,6 +345,8 @@ const Bad bad_scenarios[] = {
     {"PrefixNotOne",      "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\"ten\"]}]}", "1: prefixes[0].prefixes[0]: \"ten\" is not an address with a prefix length"},
     {"PrefixTwice",       "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [\"10.0.0.0/8\"]},\n{\"vrf\": \"default\", \"prefixes\": [\"10.0.0.0/8\"]}]}", "2: prefixes[1].prefixes[0]: 10.0.0.0/8 in VRF default is there already, at line 1"},
     {"PrefixNoText",      "{\"prefixes\": [{\"vrf\": \"default\", \"prefixes\": [10]}]}", "1: prefixes[0].prefixes[0]: must be a text in quotes, not 10"},
+    {"CardTypeNoText",    "{\"card_type\": 8449}",                        "1: card_type: must be a text in quotes, not 8449"},
+    {"CardTypeUnknown",   "{\n\"card_type\": \"0x12345\"}",               "2: card_type: \"0x12345\" is no card type: 0 to 65535, like 0x2101, or none"},
     {"RoutesNoList",      "{\"routes\": {}}",                               "1: routes: must be a list of routes, not {}"},
     {"RouteOfUnknownVrf", "{\"routes\": [\n{\"vrf\": \"red\", \"prefix\": \"10.0.0.0/8\"}]}", "2: routes[0].vrf: \"red\" is not among the vrfs"},
     {"RouteWithoutVrf",   "{\"routes\": [\n{\"prefix\": \"10.0.0.0/8\"}]}", "2: routes[0]: has no \"vrf\", the VRF's name"},
