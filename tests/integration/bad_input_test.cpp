@@ -300,7 +300,7 @@ TEST_F(BadStart, AWrongLineIsRefusedAndChangesNothing)
         {"inject arp 35 clients",                      1, "\"clients\" is no opcode: a number, or one of client, glean, "},
         {"profile reply good",                         1, "\"good\" is no code: 1 to 48, no-error, "},
         {"set svii vlan10",                            2, "did you mean set svi?"},
-        {"-c arp set geninfo fabric_id=1",             2, "did you mean set host, set route, set vrf?"},
+        {"-c arp set geninfo fabric_id=1",             2, "did you mean set card, set host, set route, set vrf?"},
         {"watch --count many",                         2, "--count"},
         {"wait clients many",                          2, "\"many\" is not a whole number"},
         {"wait clients -5",                            2, "-5 is out of range, it must be from 0"},

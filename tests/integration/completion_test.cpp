@@ -45,7 +45,7 @@ TEST_F(Completion, KnowsTheWordsOfCommandsLevelByLevel)
               "audit debug del get help inject list load profile set show stats status verify wait watch");
     EXPECT_EQ(of({"li"}), "list");
     EXPECT_EQ(of({"set", ""}), "geninfo port prefix svi topology");
-    EXPECT_EQ(of({"-c", "arp", "set", ""}), "host route vrf");
+    EXPECT_EQ(of({"-c", "arp", "set", ""}), "card host route vrf");
     EXPECT_EQ(of({"debug", ""}), "off on");
     EXPECT_EQ(of({"nonsense", ""}), "");
 }
