@@ -63,6 +63,17 @@ std::string lines_of(const std::vector<std::string> &texts)
     return lines;
 }
 
+// Each names its file and line, as a compiler's do.
+int tell(const std::vector<std::string> &mistakes, bool json)
+{
+    std::string all = lines_of(mistakes);
+    all.pop_back();
+    if (json)
+        return complain(all);
+    std::fprintf(stderr, "%s\n", all.c_str());
+    return refused;
+}
+
 } // namespace
 
 int load_routes(const Peer &peer, std::span<const std::string> words, bool json)
@@ -73,11 +84,8 @@ int load_routes(const Peer &peer, std::span<const std::string> words, bool json)
     }
     Scenario scenario;
     std::vector<std::string> mistakes;
-    if (!load_scenario(words[0], scenario, mistakes)) {
-        std::string all = lines_of(mistakes);
-        all.pop_back();
-        return complain(all);
-    }
+    if (!load_scenario(words[0], scenario, mistakes))
+        return tell(mistakes, json);
     std::vector<std::string> told;
     const int code = run_all(peer, commands_of(scenario), told);
     const Reply reply{done, lines_of(told), {{"scenario", words[0]}, {"done", told}}};
