@@ -12,22 +12,37 @@ namespace
 
 constexpr char interrupt_key = 3;
 
-// One key, without Enter after it; that of an interrupt when there will be none.
-char read_key()
+// While it stands the terminal gives each key as it is typed, that of an interrupt too.
+class KeysAsTyped
 {
-    termios before{};
-    char key = interrupt_key;
-    const bool terminal = tcgetattr(STDIN_FILENO, &before) == 0;
-    termios raw = before;
-    raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
-    if (terminal)
-        tcsetattr(STDIN_FILENO, TCSANOW, &raw);
-    if (read(STDIN_FILENO, &key, 1) != 1)
-        key = interrupt_key;
-    if (terminal)
-        tcsetattr(STDIN_FILENO, TCSANOW, &before);
-    return key;
-}
+public:
+    KeysAsTyped() : terminal_(tcgetattr(STDIN_FILENO, &before_) == 0)
+    {
+        termios keys = before_;
+        keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
+        set(keys);
+    }
+    ~KeysAsTyped() { set(before_); }
+    KeysAsTyped(const KeysAsTyped &) = delete;
+    KeysAsTyped &operator=(const KeysAsTyped &) = delete;
+
+    // That of an interrupt when there will be none.
+    static char read_one()
+    {
+        char key = interrupt_key;
+        return read(STDIN_FILENO, &key, 1) == 1 ? key : interrupt_key;
+    }
+
+private:
+    void set(const termios &mode) const
+    {
+        if (terminal_)
+            tcsetattr(STDIN_FILENO, TCSANOW, &mode);
+    }
+
+    termios before_{};
+    bool terminal_;
+};
 
 void show_now(const std::string &text)
 {
@@ -92,8 +107,9 @@ void Pager::put(std::size_t size, std::FILE *to)
 void Pager::ask(unsigned columns)
 {
     const std::string question = "--More-- (Space: go on, a: all, q: stop) ";
+    const KeysAsTyped keys; // before a person can answer
     show_now(question.substr(0, columns - 1));
-    const char key = read_key();
+    const char key = KeysAsTyped::read_one();
     show_now("\r\033[K");
     stopped_ = key == 'q' || key == interrupt_key;
     all_ = key == 'a';

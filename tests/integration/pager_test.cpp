@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <memory>
+#include <sched.h>
 #include <sstream>
 
 namespace
@@ -141,6 +142,42 @@ TEST_F(Pager, OfAShellFollowsItsScreen)
     ASSERT_TRUE(read_page(*terminal, page)) << "\"all\" was said of one command";
     terminal->type("\003");
     EXPECT_TRUE(terminal->read_to("kovd> ").ends_with(clear_question + "kovd> "));
+}
+
+// What runs meanwhile takes turns on one processor: who has been woken goes first.
+class OneProcessor
+{
+public:
+    OneProcessor()
+    {
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+        sched_getaffinity(0, sizeof before_, &before_);
+        sched_setaffinity(0, sizeof one, &one);
+    }
+    ~OneProcessor() { sched_setaffinity(0, sizeof before_, &before_); }
+    OneProcessor(const OneProcessor &) = delete;
+    OneProcessor &operator=(const OneProcessor &) = delete;
+
+private:
+    cpu_set_t before_{};
+};
+
+// A person may be quicker than a program: the key that is down when the question shows is its answer.
+TEST_F(Pager, TakesAKeyFromTheMomentItAsks)
+{
+    serve();
+    const OneProcessor shared;
+    const auto terminal = kovctl_at(2, 200, "list svis");
+    std::string page;
+    for (int i = 0; i < 40; ++i) {
+        ASSERT_TRUE(read_page(*terminal, page));
+        ASSERT_TRUE(terminal->gives_keys()) << "at question " << i;
+        terminal->type(" ");
+    }
+    EXPECT_FALSE(read_page(*terminal, page));
+    EXPECT_EQ(terminal->status(), 0);
 }
 
 // The report is made page by page: what is behind the first question has not been looked at yet.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -73,6 +74,14 @@ std::string Terminal::read_to(const std::string &text)
     std::string taken = unread_.substr(0, end);
     unread_.erase(0, end);
     return taken;
+}
+
+bool Terminal::gives_keys() const
+{
+    termios mode{};
+    if (tcgetattr(fd_, &mode) != 0)
+        throw std::runtime_error("the terminal has no mode");
+    return (mode.c_lflag & (ICANON | ISIG)) == 0;
 }
 
 int Terminal::status()

@@ -24,6 +24,8 @@ public:
     // Reads until the text is there, or to the end for an empty one; what was read, the text included. What
     // came before is not looked at again. Ends without the text when the program ends, or hangs.
     std::string read_to(const std::string &text);
+    // Whether a key is read as it is typed, an interrupt's too: no Enter, no signal.
+    bool gives_keys() const;
     // Waits for the end; the exit code, -1 for another end, or for none: then it is killed.
     int status();
 
