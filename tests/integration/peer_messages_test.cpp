@@ -104,12 +104,12 @@ struct Injected {
 
 TEST_F(PeerMessages, WatchShowsWhatAnOperatorInjectsAndItIsCounted)
 {
-    const std::string zeros(133 * 2, '0');
+    const std::string zeros(std::size_t{133} * 2, '0');
     const std::string begin = "35000900" + std::string(32, '0');
     const std::string svi = begin + "00000001000000a5" + zeros + "2400000a";
     const std::string too_many = begin + "00000002000000a5" + zeros + "2400000a";
     const std::string reply = begin + "00000001000000a9" + zeros + "2400000a";
-    const std::string glean(73 * 2, '0');
+    const std::string glean(std::size_t{73} * 2, '0');
     // clang-format off
     const Injected rows[] = {
         {svi.c_str(),                "type 9, SVI forwarding mode: vlan10"},
