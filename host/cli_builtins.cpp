@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace kov_host

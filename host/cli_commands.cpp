@@ -1,6 +1,8 @@
 #include "cli_commands.h"
 #include "support.h"
 
+#include <nlohmann/json.hpp>
+
 namespace kov_host
 {
 namespace

@@ -6,7 +6,7 @@
 
 #include "kov_host.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <map>
 #include <optional>

@@ -9,7 +9,7 @@
 // other: an audit is about now.
 #pragma once
 
-#include "reply.h"
+#include "json.h"
 
 #include <cstddef>
 #include <string>

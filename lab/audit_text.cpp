@@ -1,5 +1,6 @@
 // An audit as a person reads it, and as a program does.
 #include "audit.h"
+#include "reply.h"
 #include "text_line.h"
 
 #include <map>

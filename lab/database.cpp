@@ -1,5 +1,7 @@
 #include "database.h"
 
+#include "reply.h"
+
 #include <kov/kov_codec.h>
 #include <kov/platform/rdb.h>
 #include <kov/platform/svcmgr.h>

@@ -1,7 +1,7 @@
 // The database as it is now, read record by record and decoded without the library's cache or queries.
 #pragma once
 
-#include "reply.h"
+#include "json.h"
 #include "scenario.h"
 
 #include <string>

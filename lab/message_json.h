@@ -1,7 +1,7 @@
 // A message for a program: its type by number and word, and an object for each of its records.
 #pragma once
 
-#include "reply.h"
+#include "json.h"
 
 #include <kov/kov_messages.h>
 

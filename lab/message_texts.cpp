@@ -4,6 +4,7 @@
 #include "interfaces.h"
 #include "messages.h"
 #include "profile_messages.h"
+#include "reply.h"
 
 #include <kov/kov_debug.h>
 #include <kov/kov_enums.h>

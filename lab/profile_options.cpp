@@ -1,7 +1,7 @@
 #include "profile_options.h"
 
-#include "fields.h"
 #include "messages.h"
+#include "reply.h"
 
 #include <cstddef>
 #include <limits>

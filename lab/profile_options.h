@@ -1,7 +1,8 @@
 // What a client says of a host's profile, as a person writes it: "vni=5000 profile=web param=mtu=9000".
 #pragma once
 
-#include "reply.h"
+#include "fields.h"
+#include "json.h"
 
 #include <kov/kov_profile.h>
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "fields.h"
+#include "json.h"
 
 #include <nlohmann/json.hpp>
 
@@ -16,8 +17,6 @@
 
 namespace kov_lab
 {
-
-using Json = nlohmann::ordered_json;
 
 // The status of a command.
 constexpr int done = 0;

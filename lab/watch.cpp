@@ -5,6 +5,7 @@
 #include "message_types.h"
 #include "messages.h"
 #include "profile_messages.h"
+#include "reply.h"
 #include "session.h"
 
 #include <kov/kov_api.h>
