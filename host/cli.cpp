@@ -93,14 +93,15 @@ int kov_host_command_run(const char *line)
     });
 }
 
-const char *kov_host_command_text(kov_host_command_fn fn, void *arg)
+const char *kov_host_command_text(kov_host_command_fn fn, int argc, const char *const *argv, void *arg)
 {
     static std::string text;
     return guarded<const char *>(nullptr, [&] {
         Kept output;
-        CliContext context{output, {}};
-        const char *const no_words = nullptr;
-        fn(&context, 0, &no_words, arg);
+        CliContext context{output, argc > 0 ? std::vector<std::string>(argv, argv + argc)
+                                            : std::vector<std::string>{}};
+        const auto words = argv_of(context.words);
+        fn(&context, static_cast<int>(context.words.size()), words.data(), arg);
         text = output.text();
         return text.c_str();
     });

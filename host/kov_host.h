@@ -214,10 +214,10 @@ void kov_host_on_session_end(kov_host_session_end_fn cb, void *arg);
  * Returns the command's status, or -1 for an unknown command. */
 int kov_host_command_run(const char *line);
 
-/* Calls `fn` like a command without arguments and returns all that it printed: for a process that reads a
- * report itself. Its `cli` has no terminal and nobody is asked. Null when memory is short. Holds until the
- * next call. */
-const char *kov_host_command_text(kov_host_command_fn fn, void *arg);
+/* Calls `fn` like a command with the `argc` words of `argv` (null: none) and returns all that it printed: for
+ * a process that reads a report itself. Its `cli` has no terminal and nobody is asked. Null when memory is
+ * short. Holds until the next call. */
+const char *kov_host_command_text(kov_host_command_fn fn, int argc, const char *const *argv, void *arg);
 
 /* The other end: a session with the command line of the process `name` (kovctl is made of these). Needs no
  * attaching. `rows` is the height of the terminal, 0 when output goes elsewhere and nobody is to be asked. */

@@ -20,6 +20,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <exception>
+#include <sstream>
 #include <unistd.h>
 
 namespace kov_lab
@@ -115,13 +116,20 @@ Reply run_stats(const Call &)
     return {done, stats_text(now), Json::parse(stats_json(now))};
 }
 
-// The report reads the word "detail" itself, and prints.
+// The report reads the word "detail" itself, and prints: page by page to a person.
 Reply run_show_cache(const Call &call)
 {
     if (!call.words.empty() && std::string_view(call.words[0]) != "detail")
         return misuse("show cache [detail]");
-    kov_api_print_cache_stats(call.cli);
-    return {};
+    if (kov_host_cli_json(call.cli) == 0) {
+        kov_api_print_cache_stats(call.cli);
+        return {};
+    }
+    Json lines = Json::array();
+    std::istringstream report(library_report(call.words));
+    for (std::string line; std::getline(report, line);)
+        lines.push_back(line);
+    return {done, "", {{"report", lines}}};
 }
 
 void complete_show_cache(const Call &call, Candidates &out)
@@ -162,7 +170,7 @@ void session_ended(const char * /*terminal*/, void * /*arg*/)
 constexpr CommandRow commands[] = {
     {"get",             "QUERY [ARGUMENT...]",   "ask the library; without a query, the list",          0, any_number, run_get, complete_get},
     {"audit",           "",                      "does the cache say what the database says?",          0, 0, run_audit},
-    {"show cache",      "[detail]",              "the library's report of its state and its caches",    0, 1, run_show_cache, complete_show_cache, false},
+    {"show cache",      "[detail]",              "the library's report of its state and its caches",    0, 1, run_show_cache, complete_show_cache},
     {"show capability", "",                      "what the switch itself can do",                       0, 0, run_show_capability},
     {"verify",          "VRF ADDRESS",           "ask the server to verify a host",                     2, 2, verify_host, complete_kind<vrf_kind>},
     {"report",          "ADDRESS INTERFACE [vlan=N] [iod=N] [port=NAME] [port_iod=N]", "tell what a probe showed", 2, any_number, report_host, complete_report},

@@ -40,10 +40,16 @@ std::string address_text(bool is_v4, const std::uint8_t *at)
     return is_v4 ? v4_text(record_at<std::uint32_t>(at)) : v6_text(at);
 }
 
-std::string glean_text(const kov_glean_msg &msg)
+std::string vrf_text(std::uint32_t id, const VrfNames &vrfs)
+{
+    const auto named = vrfs.find(id);
+    return std::to_string(id) + (named == vrfs.end() ? "" : " (" + named->second + ")");
+}
+
+std::string glean_text(const kov_glean_msg &msg, const VrfNames &vrfs)
 {
     const bool v4 = msg.family == glean_v4;
-    return "glean " + address_text(v4, msg.dst) + " in VRF " + std::to_string(msg.vrf_id) + " on " +
+    return "glean " + address_text(v4, msg.dst) + " in VRF " + vrf_text(msg.vrf_id, vrfs) + " on " +
            kov_ifindex_name_str(msg.svi_ifindex) + ", from " + address_text(v4, msg.src) + " at " +
            kov_ifindex_name_str(msg.iif_ifindex) + ", value " + std::to_string(msg.value);
 }
@@ -131,12 +137,12 @@ bool is_glean(std::uint32_t opcode, Payload payload)
     return frame_as<kov_glean_msg>(KOV_OPC_GLEAN, opcode, payload).has_value();
 }
 
-std::string describe_frame(std::uint32_t opcode, Payload payload)
+std::string describe_frame(std::uint32_t opcode, Payload payload, const VrfNames &vrfs)
 {
     if (const auto request = frame_as<kov_registration_request>(KOV_OPC_CLIENT, opcode, payload))
         return registration_text(*request);
     if (const auto msg = frame_as<kov_glean_msg>(KOV_OPC_GLEAN, opcode, payload))
-        return glean_text(*msg);
+        return glean_text(*msg, vrfs);
     if (const auto asked = verify_request_of(opcode, payload))
         return "verify host " + (asked->host.empty() ? "(IPv6)" : asked->host) + " in VRF " + asked->vrf;
     if (const auto found = probe_result_of(opcode, payload))

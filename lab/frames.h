@@ -5,6 +5,7 @@
 #pragma once
 
 #include "messages.h"
+#include "scenario.h"
 
 #include <cstdint>
 #include <optional>
@@ -17,8 +18,9 @@ namespace kov_lab
 
 using Payload = std::span<const std::uint8_t>;
 
-// "register \"arp\" (pid 812, SAP 2000) for types 4-20"
-std::string describe_frame(std::uint32_t opcode, Payload payload);
+// "register \"arp\" (pid 812, SAP 2000) for types 4-20". A VRF that is a number in the frame has its name of
+// `vrfs` behind it.
+std::string describe_frame(std::uint32_t opcode, Payload payload, const VrfNames &vrfs = {});
 
 // "opcode 0x3D404, 72 bytes", for a frame that is none of the known ones.
 std::string opcode_and_size(std::uint32_t opcode, Payload payload);

@@ -12,16 +12,13 @@ namespace kov_lab
 namespace
 {
 
-constexpr std::uint32_t default_vrf_id = 1;
-
 using Line = std::vector<std::string>;
 
 std::vector<Line> commands_of(const Scenario &scenario)
 {
-    std::uint32_t id = default_vrf_id;
-    std::vector<Line> commands{{"set", "vrf", std::to_string(id), "default"}};
-    for (const std::string &name : scenario.vrfs)
-        commands.push_back({"set", "vrf", std::to_string(++id), name});
+    std::vector<Line> commands;
+    for (const auto &[id, name] : scenario.vrf_ids())
+        commands.push_back({"set", "vrf", std::to_string(id), name});
     for (const auto &[prefix, bits] : scenario.routes) {
         Line line{"set", "route", prefix.vrf, network_text(prefix.network)};
         for (const Field &field : route_fields())

@@ -12,11 +12,9 @@ namespace kov_lab
 namespace
 {
 
-using Vrfs = std::map<std::uint32_t, std::string>; // by id
-
-Vrfs &vrfs()
+VrfNames &vrfs()
 {
-    static Vrfs table;
+    static VrfNames table;
     return table;
 }
 
@@ -26,7 +24,7 @@ Routes &routes()
     return table;
 }
 
-Vrfs::const_iterator vrf_called(const std::string &name)
+VrfNames::const_iterator vrf_called(const std::string &name)
 {
     return std::find_if(vrfs().begin(), vrfs().end(), [&](const auto &vrf) { return vrf.second == name; });
 }

@@ -66,6 +66,15 @@ bool is_empty(const SlotPorts &slot)
                        [](std::uint8_t bits) { return bits == 0; });
 }
 
+VrfNames Scenario::vrf_ids() const
+{
+    std::uint32_t id = 1;
+    VrfNames names{{id, "default"}};
+    for (const std::string &name : vrfs)
+        names.emplace(++id, name);
+    return names;
+}
+
 bool Scenario::knows_vrf(std::string_view name) const
 {
     return name == "default" || std::count(vrfs.begin(), vrfs.end(), name) != 0;

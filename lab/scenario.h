@@ -41,6 +41,7 @@ struct Prefix {
 // "10.1.0.0/16 in VRF red"
 std::string text_of(const Prefix &prefix);
 
+using VrfNames = std::map<std::uint32_t, std::string>; // by id
 using Routes = std::map<Prefix, RouteBits>;
 
 struct LineCard {
@@ -64,6 +65,8 @@ struct Scenario {
     std::optional<std::int32_t> card_type; // of clients too; card.h
 
     bool knows_vrf(std::string_view name) const;
+    // By the ids that clients get with the scenario: 1 is "default", the others follow in their order.
+    VrfNames vrf_ids() const;
     // The interface index of a port that the switch has; 0 with `why` for every other text.
     std::uint32_t port_of(std::string_view name, std::string &why) const;
     PortBits bits_of(std::uint32_t port) const;

@@ -52,7 +52,7 @@ void Server::receive(const ipc_message *msg)
     const auto payload = payload_of(msg);
     if (frames_are_logged())
         log_frame("from " + sap_text(kov_host_message_sap(msg)) + " (" + sender_of(msg) +
-                  "): " + describe_frame(ipc_opc_get(msg), payload));
+                  "): " + describe_frame(ipc_opc_get(msg), payload, published().vrf_ids()));
     const bool profile = is_profile_request(ipc_opc_get(msg), payload);
     if (!profile && !is_registration(msg))
         return take_notice(msg, payload);

@@ -41,8 +41,7 @@ bool take_row(const std::string &line, std::array<RecordStats, KOV_RDB_L2RIB_TOP
 
 void read_report(Stats &stats)
 {
-    const char *report = kov_host_command_text(print_report, nullptr);
-    std::istringstream lines(report == nullptr ? "" : report);
+    std::istringstream lines(library_report());
     std::size_t rows = 0;
     for (std::string line; std::getline(lines, line);)
         rows += take_row(line, stats.records) ? 1 : 0;
@@ -100,6 +99,15 @@ void count_changes(Stats &stats)
 Age Stats::age_of(const TypeCounts &type) const
 {
     return type.last_ms == 0 ? Age{} : Age{at_ms - type.last_ms};
+}
+
+std::string library_report(std::span<const char *const> words)
+{
+    const char *text =
+        kov_host_command_text(print_report, static_cast<int>(words.size()), words.data(), nullptr);
+    if (text == nullptr)
+        throw std::runtime_error(kov_host_error());
+    return text;
 }
 
 Stats look()

@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 namespace kov_lab
@@ -42,6 +43,9 @@ struct Stats {
 };
 
 Stats look();
+
+// The library's report, as the words behind "show cache" ask for it.
+std::string library_report(std::span<const char *const> words = {});
 
 // "SVIs" for record type 2, "SVI forwarding mode" for message type 9.
 const char *record_name(std::size_t type);

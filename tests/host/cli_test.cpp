@@ -489,9 +489,17 @@ TEST_F(Cli, ACommandsTextCanBeHadWithoutASession)
 {
     char word[] = "line";
     const std::uint64_t commands = counters().commands;
-    EXPECT_STREQ(kov_host_command_text(tell_all, word), "line 0\nline 1\nline 2\n");
-    EXPECT_STREQ(kov_host_command_text([](void *, int, const char *const *, void *) { return 0; }, nullptr),
-                 "");
+    EXPECT_STREQ(kov_host_command_text(tell_all, 0, nullptr, word), "line 0\nline 1\nline 2\n");
+    const auto say_nothing = [](void *, int, const char *const *, void *) { return 0; };
+    EXPECT_STREQ(kov_host_command_text(say_nothing, 0, nullptr, nullptr), "");
+    const auto repeat = [](void *cli, int argc, const char *const *argv, void *) {
+        for (int i = 0; i < argc; ++i)
+            cli_cmd_printf(cli, "%s %d\n", argv[i], cli_is_set(cli, argv[i]));
+        return argv[argc] == nullptr ? 0 : 1;
+    };
+    const char *const words[] = {"detail", "all"};
+    EXPECT_STREQ(kov_host_command_text(repeat, 2, words, nullptr), "detail 1\nall 1\n");
+    EXPECT_STREQ(kov_host_command_text(repeat, 1, words, nullptr), "detail 1\n");
     EXPECT_EQ(counters().commands, commands) << "nobody typed it";
 }
 

@@ -388,6 +388,8 @@ TEST(FrameText, KnowsTheNotificationsOfClients)
     std::memcpy(&glean[57], &other, 4);
     EXPECT_EQ(describe_frame(0x3D404, glean),
               "glean 10.1.2.3 in VRF 3 on vlan10, from 10.9.8.7 at eth1/5, value 7");
+    EXPECT_EQ(describe_frame(0x3D404, glean, {{2, "red"}, {3, "blue"}}),
+              "glean 10.1.2.3 in VRF 3 (blue) on vlan10, from 10.9.8.7 at eth1/5, value 7");
     glean[24] = 2;
     EXPECT_EQ(describe_frame(0x3D404, glean),
               "glean 302:10a:: in VRF 3 on vlan10, from 708:90a:: at eth1/5, value 7");

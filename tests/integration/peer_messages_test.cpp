@@ -68,7 +68,7 @@ TEST_F(PeerMessages, WatchShowsWhatClientsAndTheServerTellEachOther)
         {"verify arp 10.1.2.4",                       "to SAP 2000 (arp): type 12, profile message: check of 10.1.2.4 (reference 0): No Error: Other"},
         {"-c arp report 10.1.2.3 vlan10 vlan=10",     "from SAP 2000 (arp): ARP verified 10.1.2.3 on vlan10, VLAN 10"},
         {"-c arp report 2001:db8::7 vlan10 iod=44",   "from SAP 2000 (arp): ND verified 2001:db8::7 on iod 44"},
-        {"-c arp glean red 10.1.2.3 10.1.2.9 vlan10", "from SAP 2000 (arp): glean 10.1.2.3 in VRF 2 on vlan10, from 10.1.2.9 at vlan10, value 0"},
+        {"-c arp glean red 10.1.2.3 10.1.2.9 vlan10", "from SAP 2000 (arp): glean 10.1.2.3 in VRF 4 (red) on vlan10, from 10.1.2.9 at vlan10, value 0"},
         {"-c arp profile add h vni=5000",             "from SAP 2000 (arp): profile add of h (reference 1): vni=5000"},
         {"-c arp profile check h",                    "from SAP 2000 (arp): profile check of h (reference 1)"},
         {"-c arp profile del h",                      "to SAP 2000 (arp): type 12, profile message: delete of h (reference 1): No Error"},
@@ -78,7 +78,7 @@ TEST_F(PeerMessages, WatchShowsWhatClientsAndTheServerTellEachOther)
     // clang-format on
     serve();
     client("arp", "9,12");
-    ask("-c arp set vrf 2 red");
+    ask("-c arp set vrf 4 red");
     ask("-c arp set route red 10.1.0.0/16 conditional");
     const auto watch = start("kovctl", {"watch"});
     ASSERT_TRUE(watch->says("watching; Ctrl-C ends\n"));
@@ -234,19 +234,19 @@ struct Gleaned {
 // clang-format off
 const Gleaned gleans[] = {
     {"red 10.1.2.3 10.9.8.7 vlan20", "(a route, VRF red, 10.1.2.3 from 10.9.8.7 on vlan20) = 1, told the server, ",
-     "from cache", "from cache", "glean 10.1.2.3 in VRF 2 on vlan20"},
+     "from cache", "from cache", "glean 10.1.2.3 in VRF 2 (red) on vlan20"},
     {"red 10.1.7.3 10.9.8.7 vlan20", "(a route, VRF red, 10.1.7.3 from 10.9.8.7 on vlan20) = 1, nothing to tell, ",
      "from cache", "from cache", nullptr},
     {"red 10.9.7.3 10.9.8.7 vlan10", "(a route, VRF red, 10.9.7.3 from 10.9.8.7 on vlan10) = 2, nothing to tell, ",
      "from cache", "from cache", nullptr},
     {"red 2001:db8:1::3 2001:db8:1::1 vlan10 iif=eth1/5 value=7", "(a route, VRF red, 2001:db8:1::3 from 2001:db8:1::1 on vlan10) = 2, told the server, ",
-     "from cache", "from cache", "glean 2001:db8:1::3 in VRF 2 on vlan10"},
+     "from cache", "from cache", "glean 2001:db8:1::3 in VRF 2 (red) on vlan10"},
     {"default 10.1.2.3 10.9.8.7 vlan20", "(no route, VRF default, 10.1.2.3 from 10.9.8.7 on vlan20) = 1, told the server, ",
-     "from cache", "from database (1 read)", "glean 10.1.2.3 in VRF 1 on vlan20"},
+     "from cache", "from database (1 read)", "glean 10.1.2.3 in VRF 1 (default) on vlan20"},
     {"default 10.2.0.1 10.9.8.7 vlan10", "(no route, VRF default, 10.2.0.1 from 10.9.8.7 on vlan10) = 0, nothing to tell, ",
      "from cache", "from database (3 reads)", nullptr},
     {"default 2001:db8:1::3 2001:db8::1 vlan10", "(no route, VRF default, 2001:db8:1::3 from 2001:db8::1 on vlan10) = 0, told the server, ",
-     "from cache", "from database (2 reads)", "glean 2001:db8:1::3 in VRF 1 on vlan10"},
+     "from cache", "from database (2 reads)", "glean 2001:db8:1::3 in VRF 1 (default) on vlan10"},
 };
 // clang-format on
 

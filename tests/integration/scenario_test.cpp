@@ -41,6 +41,7 @@ TEST_F(ScenarioFile, TheLeafHasTwoTenantsAndFortySvisInEveryMode)
 {
     ASSERT_TRUE(load(leaf())) << mistakes_.front();
     EXPECT_EQ(scenario_.vrfs, (std::vector<std::string>{"production", "guest", "red"}));
+    EXPECT_EQ(scenario_.vrf_ids(), (VrfNames{{1, "default"}, {2, "production"}, {3, "guest"}, {4, "red"}}));
     EXPECT_EQ(scenario_.svis.size(), 40u);
     std::set<std::uint32_t> modes;
     for (const auto &[ifindex, record] : scenario_.svis) {
