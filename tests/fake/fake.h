@@ -7,7 +7,8 @@
 //     fake::platform().calls.fail(fake::Call::pt_add, 2);       // the second from now
 //     EXPECT_EQ(fake::platform().ipc.sent.back().opcode, 0x3D400u);
 //
-// reset() puts everything back to the state of a fresh process and reports what the library still held.
+// reset() puts everything back to the state of a fresh process and reports what the library still held; the
+// flag kov_api_wait_for_init, which a host process defines, is 0 then.
 // The fake owns all that it hands out. What the boundary lends for a short time only (database records,
 // printed texts) is overwritten when the loan ends, and stands at odd addresses, so that a caller who keeps
 // it too long or assumes alignment shows.
@@ -15,6 +16,7 @@
 
 #include "calls.h"
 
+#include <kov/kov_api.h>
 #include <kov/kov_base.h>
 #include <kov/platform/ipc.h>
 
@@ -297,6 +299,3 @@ struct Platform {
 Platform &platform();
 
 } // namespace fake
-
-// The flag that the host process defines; 0 after a reset. The library's own header declares it too.
-extern "C" uint32_t kov_api_wait_for_init; // NOLINT(readability-redundant-declaration)
