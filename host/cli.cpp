@@ -98,8 +98,9 @@ const char *kov_host_command_text(kov_host_command_fn fn, int argc, const char *
     static std::string text;
     return guarded<const char *>(nullptr, [&] {
         Kept output;
-        CliContext context{output, argc > 0 ? std::vector<std::string>(argv, argv + argc)
-                                            : std::vector<std::string>{}};
+        CliContext context{output, {}};
+        if (argv != nullptr && argc > 0)
+            context.words.assign(argv, argv + argc);
         const auto words = argv_of(context.words);
         fn(&context, static_cast<int>(context.words.size()), words.data(), arg);
         text = output.text();

@@ -26,13 +26,6 @@ public:
     KeysAsTyped(const KeysAsTyped &) = delete;
     KeysAsTyped &operator=(const KeysAsTyped &) = delete;
 
-    // That of an interrupt when there will be none.
-    static char read_one()
-    {
-        char key = interrupt_key;
-        return read(STDIN_FILENO, &key, 1) == 1 ? key : interrupt_key;
-    }
-
 private:
     void set(const termios &mode) const
     {
@@ -43,6 +36,13 @@ private:
     termios before_{};
     bool terminal_;
 };
+
+// That of an interrupt when there will be none.
+char read_key()
+{
+    char key = interrupt_key;
+    return read(STDIN_FILENO, &key, 1) == 1 ? key : interrupt_key;
+}
 
 void show_now(const std::string &text)
 {
@@ -109,7 +109,7 @@ void Pager::ask(unsigned columns)
     const std::string question = "--More-- (Space: go on, a: all, q: stop) ";
     const KeysAsTyped keys; // before a person can answer
     show_now(question.substr(0, columns - 1));
-    const char key = KeysAsTyped::read_one();
+    const char key = read_key();
     show_now("\r\033[K");
     stopped_ = key == 'q' || key == interrupt_key;
     all_ = key == 'a';
